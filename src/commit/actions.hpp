@@ -1,0 +1,17 @@
+#ifndef VORN_COMMIT_ACTIONS_HPP
+#define VORN_COMMIT_ACTIONS_HPP
+
+#include "commit/actions.h"
+#include "core/handles.hpp"
+#include "model/keyed_table.hpp"
+
+// A set of requests.
+struct vorn_actions {
+  vorn::NameSet strings{8};
+};
+
+// Returns the text of a request, or null, with the reason logged, when a part is missing or memory runs out.
+vorn::CString vorn_actions_get_string(const char *provider, const char *action, const char *class_name,
+                                      const char *instance_name) noexcept;
+
+#endif

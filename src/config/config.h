@@ -1,0 +1,48 @@
+/* The running configuration and its way to and from the startup file "/etc/config/config.xml". */
+#ifndef VORN_CONFIG_CONFIG_H
+#define VORN_CONFIG_CONFIG_H
+
+#include "core/export.h"
+#include "model/types.h"
+
+VORN_BEGIN_DECLS
+
+struct _xmlDoc;
+struct _xmlNode;
+
+/* Returns the running configuration, which stays the agent's; null before it was loaded. */
+VORN_API vorn_instances *vorn_config_get_running(void) VORN_NOEXCEPT;
+
+/* Makes `instances` the running configuration, which the agent then owns, and frees the one before with all
+ * its instances; null changes nothing. Returns the running configuration. */
+VORN_API vorn_instances *vorn_config_replace_running(vorn_instances *instances) VORN_NOEXCEPT;
+
+/* Writes the persistent part of the running configuration to `path`. Returns 0; 1 without a path, a running
+ * configuration or memory, with the file untouched. Failures to write are not reported. */
+VORN_API int vorn_config_dump_running(const char *path) VORN_NOEXCEPT;
+
+/* Writes the running configuration to the startup file, at once and in place, and tells the subscribers.
+ * Returns as vorn_config_dump_running. */
+VORN_API int vorn_config_copy_running_to_startup(void) VORN_NOEXCEPT;
+
+/* Loads the startup file as a new running configuration and commits it. What is wrong in the file is reported
+ * and left out. Returns 0, or 1 when no configuration could be read; the running one then stays as it was. */
+VORN_API int vorn_config_copy_startup_to_running(void) VORN_NOEXCEPT;
+
+/* Loads the backup file "/etc/config/backup_config.xml" as a new running configuration and commits it; one
+ * that cannot be read changes nothing. Returns 0. */
+VORN_API int vorn_config_copy_backup_to_running(void) VORN_NOEXCEPT;
+
+/* Returns the name of the class to instantiate for an element of a configuration document or an insert: for
+ * an abstract class, the subclass that the element's identifier property names. It belongs to the document.
+ * Null, with the reason logged, when there is no such class. */
+VORN_API const char *vorn_config_get_class_name(const struct _xmlDoc *doc,
+                                                const struct _xmlNode *element) VORN_NOEXCEPT;
+
+/* Returns the bytes of the startup file, or a document with an "error" element that says why they cannot be
+ * had; null without memory. To be freed with free(3). */
+VORN_API char *vorn_config_get_startup_as_xml(void) VORN_NOEXCEPT;
+
+VORN_END_DECLS
+
+#endif

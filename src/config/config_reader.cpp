@@ -1,0 +1,151 @@
+#include "config/config_reader.hpp"
+
+#include "commit/changes.hpp"
+#include "commit/providers.h"
+#include "config/config.h"
+#include "config/running.hpp"
+#include "core/debug.h"
+#include "model/classes.hpp"
+#include "model/instances.hpp"
+#include "support/xml_nodes.hpp"
+#include <libxml/parser.h>
+
+namespace {
+
+using vorn::CString;
+using vorn::element_text;
+using vorn::node_name;
+using vorn::OwnedInstance;
+using vorn::XmlDocument;
+
+constexpr char root_name[] = "config";
+
+const char *or_null(const char *text) { return text ? text : "(null)"; }
+
+const xmlNode *find_child(const xmlNode &element, const char *name) {
+  for (const xmlNode *child = vorn::first_child(element); child; child = child->next)
+    if (child->type == XML_ELEMENT_NODE && vorn::is_named(child, name)) return child;
+  return nullptr;
+}
+
+// The subclass that an element of an abstract class names by its identifier property.
+const char *subclass_name(const vorn_class &cls, const xmlNode &element) {
+  const char *name = cls.name.c_str();
+  const char *property = cls.subclass_identifier ? cls.subclass_identifier->name.c_str() : "(null)";
+  const xmlNode *identifier = find_child(element, property);
+  if (!identifier)
+    return vorn_debug_eprintf(
+               "Instance of class \"%s\" does not contain a subclass identifier property \"%s\".\n", name,
+               property),
+           nullptr;
+  const char *value = element_text(*identifier);
+  if (!value)
+    return vorn_debug_eprintf(
+               "Instance of class \"%s\" subclass identifier property \"%s\" has a null value.\n", name,
+               property),
+           nullptr;
+  const vorn_class *subclass = vorn_classes_get(value);
+  if (!subclass)
+    return vorn_debug_eprintf("Instance of class \"%s\" subclass identifier property \"%s\" value is an "
+                              "unknown class \"%s\".\n",
+                              name, property, value),
+           nullptr;
+  if (!subclass->superclass_name || *subclass->superclass_name != name)
+    return vorn_debug_eprintf("Instance of class \"%s\" subclass identifier property \"%s\" value is \"%s\", "
+                              "which is not a subclass of \"%s\".\n",
+                              name, property, value, name),
+           nullptr;
+  return value;
+}
+
+void load_value(vorn_instance &instance, const xmlNode &element) {
+  const char *name = node_name(element);
+  const char *class_name = instance.cls->name.c_str();
+  const char *text = element_text(element);
+  const char *value = text ? text : "";
+  if (!vorn_class_get_property(instance.cls, name))
+    vorn_debug_eprintf("Property \"%s\" is not valid for class \"%s\" - skipping.\n", name, class_name);
+  else if (vorn_instance_set_value(&instance, name, value) != 0)
+    vorn_debug_eprintf("Value \"%s\" is not valid for property \"%s\" of class \"%s\" - skipping.\n", value,
+                       name, class_name);
+}
+
+// Checks the instance and adds it; what is refused is freed.
+void add_instance(vorn_instances &running, vorn_changes &changes, OwnedInstance instance) {
+  char *reason = nullptr;
+  const bool valid = vorn_instance_is_valid(&running, instance.get(), &reason);
+  const CString owned_reason(reason);
+  if (!valid) return vorn_debug_eprintf("Instance is invalid: %s Skipping instance.", or_null(reason));
+  if (vorn_instances_add(&running, instance.get()) != 0)
+    return vorn_debug_eprintf("Couldn't add instance \"%s\" of class \"%s\". Skipping instance.\n",
+                              or_null(instance->name.get()), instance->cls->name.c_str());
+  vorn_changes_instance_inserted(&changes, instance.release());
+}
+
+void load_instance(vorn_instances &running, vorn_changes &changes, const xmlDoc &document,
+                   const xmlNode &element) {
+  const char *class_name = vorn_config_get_class_name(&document, &element);
+  if (!class_name) return;
+  const char *name = vorn_util_xmlGetProp(&element, "name");
+  OwnedInstance instance(vorn_instance_new(vorn_classes_get(class_name), name));
+  if (!instance)
+    return vorn_debug_eprintf("Bad instance name \"%s\" of class \"%s\"- skipping.\n", or_null(name),
+                              class_name);
+  for (const xmlNode *child = vorn::first_child(element); child; child = child->next)
+    if (child->type == XML_ELEMENT_NODE) load_value(*instance, *child);
+  add_instance(running, changes, std::move(instance));
+}
+
+// Every node is freed as soon as it has been handled: a large file is not held twice.
+void load_instances(vorn_instances &running, vorn_changes &changes, xmlDoc &document) {
+  xmlNode *root = xmlDocGetRootElement(&document);
+  while (xmlNode *child = root->children) {
+    if (child->type == XML_ELEMENT_NODE) load_instance(running, changes, document, *child);
+    xmlUnlinkNode(child);
+    xmlFreeNode(child);
+  }
+}
+
+// Every singleton class has its instance, whether the file has one or not.
+void add_singletons(vorn_instances &running, vorn_changes &changes) {
+  for (const auto &cls : vorn::classes()) {
+    if (cls.value->type != VORN_CLASS_SINGLETON) continue;
+    if (vorn_instances_iterator(running, *cls.value).has_next()) continue;
+    OwnedInstance instance(vorn_instance_new(cls.value, nullptr));
+    if (!instance || vorn_instances_add(&running, instance.get()) != 0) continue;
+    vorn_changes_instance_inserted(&changes, instance.release());
+  }
+}
+
+} // namespace
+
+XmlDocument vorn::open_config(const char *path) noexcept {
+  if (!path) return vorn_debug_eprintf("Config filename is null.\n"), nullptr;
+  XmlDocument document(xmlParseFile(path));
+  if (!document) return vorn_debug_eprintf("Config not parsed successfully.\n"), nullptr;
+  const xmlNode *root = xmlDocGetRootElement(document.get());
+  if (!root) return vorn_debug_eprintf("Empty document.\n"), nullptr;
+  if (!is_named(root, root_name))
+    return vorn_debug_eprintf("Document of the wrong type: root node is not \"%s\".", root_name), nullptr;
+  return document;
+}
+
+int vorn::load_config(XmlDocument document) noexcept {
+  OwnedInstances running(vorn_instances_new());
+  vorn_changes *changes = running ? vorn_changes_new(running.get()) : nullptr;
+  if (!changes) return 1;
+  set_running(running.get());
+  load_instances(*running, *changes, *document);
+  add_singletons(*running, *changes);
+  vorn_providers_commit(running.release(), changes, nullptr);
+  vorn_changes_delete(changes);
+  return 0;
+}
+
+const char *vorn_config_get_class_name(const xmlDoc *, const xmlNode *element) noexcept {
+  if (!element) return nullptr;
+  const vorn_class *cls = vorn_classes_get(node_name(*element));
+  if (!cls)
+    return vorn_debug_eprintf("Instance has an unknown class \"%s\".\n", node_name(*element)), nullptr;
+  return cls->abstract == 1 ? subclass_name(*cls, *element) : vorn::text_of(element->name);
+}

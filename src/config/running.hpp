@@ -1,0 +1,13 @@
+#ifndef VORN_CONFIG_RUNNING_HPP
+#define VORN_CONFIG_RUNNING_HPP
+
+#include "model/types.h"
+
+namespace vorn {
+
+// Makes a collection the running configuration and leaves the one before to whoever still refers to it.
+void set_running(vorn_instances *instances);
+
+} // namespace vorn
+
+#endif

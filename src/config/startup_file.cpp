@@ -1,0 +1,68 @@
+// The startup file: the copy of the running configuration that survives a reboot.
+#include "config/config.h"
+#include "config/config_reader.hpp"
+#include "core/debug.h"
+#include "core/handles.hpp"
+#include "query/notify.h"
+#include "query/query_state.h"
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+using vorn::CString;
+using vorn::Descriptor;
+
+constexpr char startup_path[] = "/etc/config/config.xml";
+constexpr char backup_path[] = "/etc/config/backup_config.xml";
+
+char *error_document(const char *message) {
+  constexpr char format[] = "<?xml version=\"1.0\"?><error>%s</error>\n";
+  const size_t size = strlen(message) + sizeof format;
+  char *document = static_cast<char *>(malloc(size));
+  if (document) snprintf(document, size, format, message);
+  return document;
+}
+
+} // namespace
+
+int vorn_config_copy_running_to_startup() noexcept {
+  if (vorn_config_dump_running(startup_path) != 0) return 1;
+  sync();
+  vorn_notify_conf_change(vorn_query_origin);
+  return 0;
+}
+
+int vorn_config_copy_startup_to_running() noexcept {
+  vorn::XmlDocument document = vorn::open_config(startup_path);
+  if (!document) {
+    vorn_debug_eprintf("Unable to parse startup config - resetting to default.\n");
+    // Not connected yet: rebuilding the startup file from the default configuration, and opening it again.
+    return vorn_debug_eprintf("Unable to read the default either."), 1;
+  }
+  return vorn::load_config(std::move(document));
+}
+
+int vorn_config_copy_backup_to_running() noexcept {
+  if (vorn::XmlDocument document = vorn::open_config(backup_path)) vorn::load_config(std::move(document));
+  return 0;
+}
+
+char *vorn_config_get_startup_as_xml() noexcept {
+  const Descriptor file(open(startup_path, O_RDONLY | O_CLOEXEC));
+  struct stat status;
+  if (!file || fstat(file.get(), &status) != 0 || S_ISDIR(status.st_mode))
+    return error_document("Can't read config file.");
+  if (status.st_size == 0) return error_document("Config file is zero-length.");
+  const auto size = static_cast<size_t>(status.st_size);
+  CString text(static_cast<char *>(malloc(size + 1)));
+  if (!text) return error_document("vorn_config_get_startup_as_xml malloc failed");
+  const ssize_t count = read(file.get(), text.get(), size);
+  if (count < 0) return error_document("Can't read config file.");
+  text.get()[count] = '\0';
+  return text.release();
+}

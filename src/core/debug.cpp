@@ -1,0 +1,136 @@
+#include "core/debug.h"
+
+#include "core/guard.hpp"
+#include <cerrno>
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <string>
+
+extern const int VORN_DEBUG_MAX = 6;
+int vorn_debug_override = 0;
+
+namespace {
+
+FILE *stream = nullptr;
+int level = 0;
+int timestamp = 0;
+int exit_on_fatal = 0;
+
+constexpr char prefix[] = "vorn: ";
+
+// Room for ctime_r's text, of which POSIX promises 26 bytes at most.
+struct LocalTime {
+  char text[32] = "";
+};
+
+LocalTime local_time() {
+  LocalTime now;
+  const time_t seconds = time(nullptr);
+  if (ctime_r(&seconds, now.text)) now.text[strcspn(now.text, "\n")] = '\0';
+  return now;
+}
+
+void write_message(const char *format, va_list arguments) {
+  FILE *out = vorn_debug_get_stream();
+  fputs(prefix, out);
+  if (timestamp) fprintf(out, "[%s] ", local_time().text);
+  vfprintf(out, format, arguments);
+  fflush(out);
+}
+
+void exit_or_continue() {
+  if (exit_on_fatal) {
+    vorn_debug_eprintf("Exiting due to fatal error.\n");
+    exit(1);
+  }
+  vorn_debug_eprintf("Attempting to continue operation.\n");
+}
+
+int set_flag(int &flag, int on) {
+  if (on != 0 && on != 1) return 1;
+  flag = on;
+  return 0;
+}
+
+} // namespace
+
+void vorn_debug_init() noexcept {
+  if (stream) return;
+  stream = fopen("/dev/console", "w");
+  if (!stream) stream = stderr;
+}
+
+int vorn_debug_set(int new_level) noexcept {
+  if (new_level < 0 || new_level > VORN_DEBUG_MAX) return 1;
+  level = new_level;
+  vorn_debug_printf("Debug level is now %d.\n", level);
+  return 0;
+}
+
+int vorn_debug_get() noexcept { return level; }
+
+int vorn_debug_set_timestamp(int on) noexcept { return set_flag(timestamp, on); }
+
+int vorn_debug_get_timestamp() noexcept { return timestamp; }
+
+int vorn_debug_set_exit_on_fatal(int on) noexcept { return set_flag(exit_on_fatal, on); }
+
+// The variants differ in their condition alone, and each must start its own argument list.
+#define WRITE_MESSAGE_WHEN(condition, format)                                                                \
+  if (!(condition)) return;                                                                                  \
+  va_list arguments;                                                                                         \
+  va_start(arguments, format);                                                                               \
+  write_message(format, arguments);                                                                          \
+  va_end(arguments)
+
+void vorn_debug_printf(const char *format, ...) noexcept { WRITE_MESSAGE_WHEN(true, format); }
+
+void vorn_debug_1printf(const char *format, ...) noexcept { WRITE_MESSAGE_WHEN(level != 0, format); }
+
+void vorn_debug_lprintf(int min, const char *format, ...) noexcept {
+  WRITE_MESSAGE_WHEN(level >= min, format);
+}
+
+void vorn_debug_eprintf(const char *format, ...) noexcept { WRITE_MESSAGE_WHEN(true, format); }
+
+void vorn_debug_fatal(const char *text) noexcept {
+  vorn_debug_eprintf("Fatal error: %s\n", text ? text : "(null)");
+  exit_or_continue();
+}
+
+void vorn_debug_perror(const char *text) noexcept {
+  const int error = errno;
+  const char *bare = text ? text : "(null)";
+  const bool reported = vorn::guarded(false, [&] {
+    std::string message = prefix;
+    if (timestamp) message.append("[").append(local_time().text).append("] ");
+    message += bare;
+    errno = error;
+    perror(message.c_str());
+    return true;
+  });
+  if (!reported) {
+    errno = error;
+    perror(bare);
+  }
+}
+
+void vorn_debug_fatal_perror(const char *text) noexcept {
+  const int error = errno;
+  const char *bare = text ? text : "(null)";
+  const bool reported = vorn::guarded(false, [&] {
+    const std::string message = std::string("Fatal error: ") + bare;
+    errno = error;
+    vorn_debug_perror(message.c_str());
+    return true;
+  });
+  if (!reported) {
+    errno = error;
+    vorn_debug_perror(bare);
+  }
+  exit_or_continue();
+}
+
+FILE *vorn_debug_get_stream() noexcept { return stream ? stream : stderr; }

@@ -1,0 +1,26 @@
+// Keeps allocation failures inside the agent: the exported interface reports them by its failure values.
+#ifndef VORN_CORE_GUARD_HPP
+#define VORN_CORE_GUARD_HPP
+
+#include <new>
+#include <stdexcept>
+#include <utility>
+
+namespace vorn {
+
+// Runs `body` and returns its result, or `failure` when memory ran out (std::length_error included: the
+// containers throw it for sizes that no memory could hold). The body must do everything that can fail before
+// its first visible change.
+template <class Result, class Body> Result guarded(Result failure, Body &&body) noexcept {
+  try {
+    return std::forward<Body>(body)();
+  } catch (const std::bad_alloc &) {
+    return failure;
+  } catch (const std::length_error &) {
+    return failure;
+  }
+}
+
+} // namespace vorn
+
+#endif

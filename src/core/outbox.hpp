@@ -1,0 +1,31 @@
+// Sends to non-blocking sockets without ever waiting for their readers.
+#ifndef VORN_CORE_OUTBOX_HPP
+#define VORN_CORE_OUTBOX_HPP
+
+#include <cstddef>
+#include <string_view>
+
+namespace vorn {
+
+enum class Delivery {
+  complete, // the system has taken everything
+  pending,  // the rest is kept and goes as the reader takes it
+  failed    // nothing of the text was or will be sent: the reader is gone, or too much is kept for it already
+};
+
+// Called from the loop for a socket with a kept rest: `sent` when all of it has gone, else when the reader is
+// gone or has taken nothing for outbox_patience_seconds. The outbox has forgotten the socket by then.
+using OutboxDone = void (*)(int fd, bool sent, void *data);
+
+constexpr unsigned outbox_patience_seconds = 10;
+
+// Sends a text behind what is kept for the socket already. At most `backlog` bytes are kept: a text that
+// would add to more is refused whole.
+Delivery outbox_send(int fd, std::string_view text, size_t backlog, OutboxDone done, void *data) noexcept;
+
+// Forgets what is kept for the socket, without calling anything. To be called before the socket is closed.
+void outbox_forget(int fd) noexcept;
+
+} // namespace vorn
+
+#endif

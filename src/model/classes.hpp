@@ -1,0 +1,20 @@
+#ifndef VORN_MODEL_CLASSES_HPP
+#define VORN_MODEL_CLASSES_HPP
+
+#include "model/class.hpp"
+#include "model/classes.h"
+
+namespace vorn {
+
+using Classes = KeyedTable<vorn_class *>;
+
+// Every class, in the order of addition.
+Classes &classes();
+
+} // namespace vorn
+
+struct vorn_classes_iterator {
+  vorn::Classes::Iterator walk;
+};
+
+#endif

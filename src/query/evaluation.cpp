@@ -1,0 +1,177 @@
+#include "query/evaluation.hpp"
+
+#include "commit/providers.h"
+#include "config/config.h"
+#include "query/query_state.hpp"
+#include "support/xml_nodes.hpp"
+
+namespace vorn {
+
+namespace {
+
+bool external_updates_prohibited = false;
+
+constexpr size_t message_size = 160;
+constexpr size_t short_message_size = 80;
+constexpr char incomplete[] = "Incomplete lsql request.";
+
+using Changes = std::unique_ptr<vorn_changes, Closer<vorn_changes_delete>>;
+using RefreshInfo = std::unique_ptr<vorn_refresh_info, Closer<vorn_refresh_info_delete>>;
+
+// One request on its way through both passes.
+class Evaluation {
+public:
+  explicit Evaluation(bool passive) { context_.passive = passive; }
+  Result run(const xmlNode &root);
+
+private:
+  bool is_acceptable(const xmlNode &root);
+  bool refuse(const char *text);
+  const xmlNode *choose_target(const xmlNode &root);
+  void start_recording();
+  void collect_refresh(const xmlNode *operations);
+  void refresh();
+  void apply(const xmlNode *operations);
+  void commit();
+  const xmlNode *evaluate_operation(const xmlNode &element);
+  const xmlNode *take_where(const xmlNode &element, Operation &operation);
+  const xmlNode *end_request(size_t size, const char *format, const char *argument);
+
+  RequestScope scope_;
+  Result result_;
+  Context context_;
+  unsigned errors_ = 0; // of the operation evaluated last
+  bool last_was_select_ = false;
+  bool in_transaction_ = false;
+  OwnedInstances copy_; // the transaction's target until it replaces the running configuration
+  Changes changes_;     // freed before the collection that it watches
+  RefreshInfo refresh_;
+};
+
+Result Evaluation::run(const xmlNode &root) {
+  context_.result = &result_;
+  if (is_acceptable(root)) {
+    const xmlNode *operations = choose_target(root);
+    start_recording();
+    collect_refresh(operations);
+    if (errors_ == 0) {
+      refresh();
+      apply(operations);
+    }
+    if (errors_ == 0 && !context_.passive) commit();
+  }
+  return std::move(result_);
+}
+
+bool Evaluation::is_acceptable(const xmlNode &root) {
+  if (!is_named(&root, "lsql")) return refuse("Top level name is not lsql.");
+  const char *origin = vorn_util_xmlGetProp(&root, "origin");
+  scope_.set_origin(origin);
+  if (origin && external_updates_prohibited) return refuse("External updates are prohibited.");
+  if (!root.children) return refuse(incomplete);
+  return true;
+}
+
+bool Evaluation::refuse(const char *text) {
+  end_request(message_size, "%s", text);
+  return false;
+}
+
+// Returns the first operation, which an empty transaction does not have.
+const xmlNode *Evaluation::choose_target(const xmlNode &root) {
+  context_.target = vorn_config_get_running();
+  in_transaction_ = is_named(root.children, "write-transaction");
+  if (!in_transaction_) return root.children;
+  if (context_.target) {
+    copy_ = copy_whole(*context_.target);
+    if (!copy_) throw std::bad_alloc();
+    context_.target = copy_.get();
+  }
+  return first_child(*root.children);
+}
+
+void Evaluation::start_recording() {
+  refresh_.reset(vorn_refresh_info_new(context_.target));
+  if (context_.target) changes_.reset(vorn_changes_new(context_.target));
+  if (!refresh_ || (context_.target && !changes_)) throw std::bad_alloc();
+  context_.changes = changes_.get();
+}
+
+// The first pass: only the errors of its last operation count, those of the others come back in the second
+// one.
+void Evaluation::collect_refresh(const xmlNode *operations) {
+  context_.refresh = refresh_.get();
+  for (const xmlNode *element = operations; element;) element = evaluate_operation(*element);
+  context_.refresh = nullptr;
+}
+
+void Evaluation::refresh() {
+  if (context_.target) vorn_providers_refresh(refresh_.get());
+  refresh_.reset();
+}
+
+// The second pass.
+void Evaluation::apply(const xmlNode *operations) {
+  result_ = Result();
+  for (const xmlNode *element = operations; element && errors_ == 0;) element = evaluate_operation(*element);
+}
+
+// A plain request that ends with a select commits nothing, even when earlier operations changed something:
+// deliberate, clients read back what they have written that way.
+void Evaluation::commit() {
+  if (copy_) vorn_config_replace_running(copy_.release());
+  if (last_was_select_ && !in_transaction_) return;
+  if (context_.target) vorn_providers_commit(context_.target, changes_.get(), nullptr);
+}
+
+// Returns the element at which the evaluation goes on, or null at the end.
+const xmlNode *Evaluation::evaluate_operation(const xmlNode &element) {
+  const OperationKind *kind = find_operation(element);
+  if (!kind) return end_request(short_message_size, "Invalid operation \"%s\".", node_name(element));
+  const xmlNode *first = first_child(element);
+  if (!first) return end_request(message_size, "%s", incomplete);
+  if (!first->name) return end_request(message_size, "%s", "No class name.");
+
+  Operation operation;
+  operation.first_class = first;
+  operation.first_property = first_child(*first);
+  operation.class_name = node_name(*first);
+  operation.instance_name = vorn_util_xmlGetProp(first, "name");
+  operation.properties = vorn_util_xmlGetProp(first, "properties");
+  const xmlNode *next = take_where(element, operation);
+
+  if (!context_.passive) ++vorn_query_transaction_number;
+  kind->run(context_, operation);
+  errors_ = operation.errors;
+  last_was_select_ = is_select(*kind);
+  result_.end_operation(operation.errors, operation.counter);
+  return next;
+}
+
+// A "where" belongs to the operation before it. An element without children directly behind an operation is
+// neither a "where" nor an operation: it is passed over.
+const xmlNode *Evaluation::take_where(const xmlNode &element, Operation &operation) {
+  const xmlNode *next = element.next;
+  if (!next) return nullptr;
+  if (!first_child(*next)) return next->next;
+  if (!is_named(next, "where")) return next;
+  operation.where = first_child(*next);
+  return next->next;
+}
+
+const xmlNode *Evaluation::end_request(size_t size, const char *format, const char *argument) {
+  result_.add_error(size, format, argument);
+  errors_ = 1;
+  result_.end_operation(errors_, 0);
+  return nullptr;
+}
+
+} // namespace
+
+void prohibit_external_updates() { external_updates_prohibited = true; }
+
+XmlDocument evaluate_request(const xmlDoc &request, bool passive) {
+  return Evaluation(passive).run(*xmlDocGetRootElement(&request)).release();
+}
+
+} // namespace vorn

@@ -1,0 +1,185 @@
+#include "commit/actions.h"
+#include "commit/changes.hpp"
+#include "common/log.hpp"
+#include "common/schema.hpp"
+#include "core/debug.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace vorn::test;
+
+struct Changes : testing::Test {
+  Changes() { add_all_kinds(); }
+  ~Changes() override {
+    vorn_changes_delete(changes);
+    vorn_instances_delete_all(all);
+  }
+  void record() { changes = vorn_changes_new(all); }
+  void remove(vorn_instance *instance) {
+    EXPECT_EQ(vorn_instances_remove(all, instance), 0);
+    vorn_instance_delete(instance);
+  }
+  std::string changed(const char *cls) const {
+    return names(vorn_changes_new_class_instances_iterator(changes, cls));
+  }
+  std::string deleted(const char *cls) const {
+    return names(vorn_changes_new_deleted_class_instances_iterator(changes, cls));
+  }
+  std::string properties(vorn_instance *instance) const {
+    std::string text;
+    for (const char *name : {"mode", "power", "mtu", "speed", "type"})
+      if (vorn_changes_contains_property(changes, instance, name)) text.append(name).append(" ");
+    return text;
+  }
+  Log log;
+  vorn_instances *all = vorn_instances_new();
+  vorn_changes *changes = nullptr;
+};
+
+TEST_F(Changes, RecordUpdatesOnceWithAllTheirProperties) {
+  vorn_instance *a = add(all, "radio", "a", {{"mode", "1"}});
+  vorn_instance *b = add(all, "radio", "b");
+  record();
+  EXPECT_EQ(vorn_changes_contains_instance(changes, a), 0);
+  vorn_instance_set_value(b, "mode", "1");
+  vorn_instance_set_value(a, "power", "2");
+  vorn_instance_set_value(a, "mode", "1"); // an equal value counts
+  vorn_instance_set_value(a, "mode", "bad");
+  EXPECT_EQ(changed("radio"), "radio:b,radio:a"); // as they were first touched
+  EXPECT_EQ(properties(a), "mode power ");
+  EXPECT_EQ(properties(b), "mode ");
+  EXPECT_EQ(vorn_instance_get_value(vorn_changes_get_instance_before(changes, a), "power"), nullptr);
+  EXPECT_EQ(vorn_changes_contains_instance(changes, a), 1);
+  EXPECT_EQ(vorn_changes_contains_class(changes, "radio"), 1);
+  EXPECT_EQ(vorn_changes_contains_class(changes, "wire"), 0);
+  EXPECT_EQ(all_names(vorn_changes_get_before(changes)), "radio:a,radio:b");
+}
+
+TEST_F(Changes, RecordInsertionsWithWhatTheyCarried) {
+  record();
+  vorn_instance *wire = add(all, "wire", "w", {{"speed", "1"}, {"mtu", "2"}});
+  EXPECT_EQ(vorn_changes_instance_inserted(changes, wire), 0); // a loader may say it again
+  vorn_instance_set_value(wire, "type", "wire");
+  EXPECT_EQ(changed("wire"), "wire:w");
+  EXPECT_EQ(changed("port"), "wire:w"); // also as one of its family
+  EXPECT_EQ(properties(wire), "mtu speed ");
+  EXPECT_EQ(vorn_changes_get_instance_before(changes, wire), nullptr);
+}
+
+TEST_F(Changes, RecordDeletionsAsTheyWere) {
+  vorn_instance *untouched = add(all, "radio", "untouched", {{"mode", "1"}});
+  vorn_instance *updated = add(all, "radio", "updated", {{"mode", "1"}});
+  record();
+  vorn_instance_set_value(updated, "mode", "2");
+  remove(updated);
+  remove(untouched);
+  remove(add(all, "radio", "passing"));
+  EXPECT_EQ(changed("radio"), "");
+  EXPECT_EQ(deleted("radio"), "radio:updated,radio:untouched");
+  EXPECT_EQ(vorn_changes_contains_class(changes, "radio"), 1);
+  auto *it = vorn_changes_new_deleted_class_instances_iterator(changes, "radio");
+  EXPECT_STREQ(vorn_instance_get_value(vorn_instances_iterator_next(it), "mode"), "1");
+  vorn_instances_delete_iterator(it);
+  vorn_instance *again = add(all, "radio", "updated"); // whatever its address, it is a new one
+  EXPECT_EQ(changed("radio"), "radio:updated");
+  EXPECT_EQ(vorn_changes_get_instance_before(changes, again), nullptr);
+}
+
+TEST_F(Changes, AnInstanceThatHasLeftIsNotHeardOf) {
+  vorn_instance *radio = add(all, "radio", "r");
+  record();
+  vorn_instances_remove(all, radio);
+  vorn_instance_set_value(radio, "mode", "1");
+  EXPECT_EQ(changed("radio"), "");
+  vorn_instance_delete(radio);
+}
+
+TEST_F(Changes, NothingIsHeardAfterTheEnd) {
+  vorn_instance *radio = add(all, "radio", "r");
+  record();
+  vorn_changes_delete(std::exchange(changes, nullptr));
+  vorn_instance_set_value(radio, "mode", "1");
+  add(all, "radio", "s");
+  EXPECT_EQ(radio->listener, nullptr);
+  EXPECT_EQ(all->listener, nullptr);
+}
+
+// A refresh may evaluate a passive request while the outer request's recorder is at work.
+TEST_F(Changes, TheOuterRecorderListensAgainWhenTheInnerOneEnds) {
+  vorn_instance *a = add(all, "radio", "a");
+  vorn_instance *gone = add(all, "radio", "gone");
+  record();
+  vorn_instance_set_value(gone, "mode", "1");
+  vorn_changes *inner = vorn_changes_new(all);
+  vorn_instance_set_value(a, "mode", "1");
+  remove(gone);
+  vorn_instance *fresh = add(all, "radio", "fresh");
+  EXPECT_EQ(vorn_changes_contains_property(inner, a, "mode"), 1);
+  vorn_changes_delete(inner);
+  EXPECT_EQ(changed("radio"), "radio:fresh"); // values were the inner one's; who is there concerns both
+  EXPECT_EQ(deleted("radio"), "radio:gone");
+  vorn_instance_set_value(a, "power", "1");
+  vorn_instance_set_value(fresh, "power", "1");
+  add(all, "radio", "later");
+  EXPECT_EQ(changed("radio"), "radio:fresh,radio:a,radio:later");
+  EXPECT_EQ(properties(a), "power ");
+  EXPECT_EQ(properties(fresh), "");
+}
+
+TEST_F(Changes, RecordersMayEndOutOfTurn) {
+  vorn_instance *a = add(all, "radio", "a");
+  record();
+  vorn_changes *middle = vorn_changes_new(all), *inner = vorn_changes_new(all);
+  vorn_changes_delete(middle);
+  vorn_instance_set_value(a, "mode", "1");
+  EXPECT_EQ(vorn_changes_contains_instance(inner, a), 1);
+  vorn_changes_delete(inner);
+  vorn_instance_set_value(a, "mode", "2");
+  EXPECT_EQ(changed("radio"), "radio:a");
+}
+
+TEST_F(Changes, RefuseWhatIsNotThere) {
+  EXPECT_EQ(vorn_changes_new(nullptr), nullptr);
+  EXPECT_EQ(log.take(), "vorn: vorn_changes_new: Null after.\n");
+  vorn_instance *stranger = make("radio", "r");
+  record();
+  EXPECT_EQ(vorn_changes_instance_updated(changes, stranger), 1);
+  EXPECT_EQ(vorn_changes_add_property(changes, stranger, "mode"), 1);
+  EXPECT_EQ(vorn_changes_instance_deleted(changes, stranger), 0);
+  EXPECT_EQ(vorn_changes_contains_instance(changes, stranger), 0);
+  EXPECT_EQ(vorn_changes_get_instance_before(changes, stranger), nullptr);
+  EXPECT_EQ(vorn_changes_instance_inserted(nullptr, stranger), 1);
+  vorn_instances_listener_fn listener = all->listener;
+  EXPECT_EQ(listener(stranger, 7, changes), 1);
+  EXPECT_EQ(log.take(), "vorn: instances_changed() for vorn_changes: Unidentified action request.\n");
+  vorn_instance_delete(stranger);
+  EXPECT_EQ(printed([&](FILE *out) { vorn_changes_print(changes, out); }),
+            "Changed (updated or inserted) instances:\n\nDeleted instances:\n\n");
+}
+
+TEST(Actions, MatchWholeStringsAndErrOnTheSideOfActing) {
+  vorn_debug_set(1);
+  Log log;
+  vorn_actions *actions = vorn_actions_new();
+  EXPECT_EQ(vorn_actions_add(actions, "wifi", "restart", "ssid", "guest"), 0);
+  EXPECT_EQ(vorn_actions_add(actions, "wifi", "restart", "ssid", "guest"), 0);
+  EXPECT_EQ(vorn_actions_add(actions, "wifi", "stop", nullptr, nullptr), 0);
+  EXPECT_EQ(vorn_actions_exists(actions, "wifi", "restart", "ssid", "guest"), 1);
+  EXPECT_EQ(vorn_actions_exists(actions, "wifi-restart", "ssid", "guest", nullptr),
+            1); // dashes are not escaped
+  EXPECT_EQ(vorn_actions_exists(actions, "wifi", "restart", "ssid", nullptr), 0);
+  EXPECT_EQ(vorn_actions_exists(actions, "wifi", "stop", "ssid", nullptr), 0);
+  EXPECT_EQ(log.take(), "");
+  EXPECT_EQ(vorn_actions_add(actions, nullptr, "a", nullptr, nullptr), 1);
+  EXPECT_EQ(vorn_actions_add(actions, "p", nullptr, nullptr, nullptr), 1);
+  EXPECT_EQ(vorn_actions_exists(actions, "p", "a", nullptr, "i"), 1);
+  EXPECT_EQ(vorn_actions_exists(nullptr, "p", "a", nullptr, nullptr), 1);
+  EXPECT_EQ(vorn_actions_add(nullptr, "p", "a", nullptr, nullptr), 1);
+  EXPECT_EQ(log.take(), "vorn: No provider.\nvorn: No action.\nvorn: Instance, but no class.\n"
+                        "vorn: No actions.\nvorn: No actions.\n");
+  vorn_actions_delete(actions);
+}
+
+} // namespace

@@ -1,0 +1,194 @@
+#include "commit/providers.h"
+#include "common/log.hpp"
+#include "common/schema.hpp"
+#include "core/debug.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace vorn::test;
+
+std::string calls;
+
+int note_commit(vorn_commit_info *info) {
+  calls.append(static_cast<const char *>(vorn_commit_info_get_data(info))).append(" ");
+  return 1; // ignored
+}
+
+int note_refresh(vorn_refresh_info *info) {
+  calls.append(static_cast<const char *>(vorn_refresh_info_get_data(info))).append(" ");
+  return 1;
+}
+
+vorn_provider *make_provider(const char *name) {
+  vorn_provider *provider = vorn_provider_new(name);
+  vorn_provider_set_commit_fn(provider, note_commit, const_cast<char *>(name));
+  vorn_provider_set_refresh_fn(provider, note_refresh, const_cast<char *>(name));
+  return provider;
+}
+
+struct Providers : testing::Test {
+  Providers() {
+    calls.clear();
+    vorn_providers_init();
+  }
+  static void add(std::initializer_list<const char *> names) {
+    for (const char *name : names) EXPECT_EQ(vorn_providers_add(make_provider(name)), 0);
+  }
+  static std::string order() {
+    return printed([](FILE *out) { vorn_providers_print(out); });
+  }
+  Log log;
+};
+
+TEST_F(Providers, AreOrderedByDeclarationThenByFirstMention) {
+  add({"d", "c"});
+  vorn_providers_order("b", "c");
+  vorn_providers_order("b", "c");
+  add({"a"});
+  vorn_providers_order("ghost", "d");
+  vorn_providers_order("a", "b");
+  add({"b"});
+  EXPECT_EQ(vorn_providers_done_adding(), 0);
+  EXPECT_EQ(vorn_providers_done_adding(), 0);
+  EXPECT_EQ(order(), "Providers, in order (*** = not present):\n"
+                     " *** ghost\n     d\n     a\n     b\n     c\n");
+  vorn_providers_commit(nullptr, nullptr, nullptr);
+  vorn_refresh_info *info = vorn_refresh_info_new(nullptr);
+  vorn_providers_refresh(info);
+  vorn_refresh_info_delete(info);
+  EXPECT_EQ(calls, "d a b c d a b c ");
+  EXPECT_EQ(log.take(), "");
+  add({"late"}); // accepted, but there is no order to join any more
+  EXPECT_EQ(vorn_providers_order("late", "d"), 1);
+  calls.clear();
+  vorn_providers_commit(nullptr, nullptr, nullptr);
+  EXPECT_EQ(calls, "d a b c ");
+}
+
+TEST_F(Providers, ALoopIsRefusedInOneLine) {
+  vorn_providers_order("a", "b");
+  vorn_providers_order("b", "a");
+  EXPECT_EQ(vorn_providers_done_adding(), 1);
+  EXPECT_EQ(log.take(), "vorn: Loop detected in providers order: b, a, b.\n");
+}
+
+TEST_F(Providers, ALoopBehindOthersNamesOnlyThePath) {
+  add({"x", "self"});
+  vorn_providers_order("self", "self");
+  EXPECT_EQ(vorn_providers_done_adding(), 1);
+  EXPECT_EQ(log.take(), "vorn: Loop detected in providers order: self, self.\n");
+  vorn_providers_commit(nullptr, nullptr, nullptr);
+  EXPECT_EQ(calls, "x "); // what was placed is walked: without -e the agent goes on
+}
+
+TEST_F(Providers, RefuseInvalidAndRepeatedOnes) {
+  vorn_provider *empty = vorn_provider_new("empty");
+  EXPECT_EQ(vorn_providers_add(empty), 1);
+  EXPECT_EQ(vorn_providers_add(nullptr), 1);
+  add({"a"});
+  vorn_provider *again = make_provider("a");
+  EXPECT_EQ(vorn_providers_add(again), 1);
+  EXPECT_EQ(vorn_providers_order("a", nullptr), 1);
+  EXPECT_EQ(log.take(), "vorn: Provider \"empty\" has no commit or refresh function.\n"
+                        "vorn: Provider is invalid.\nvorn: Null provider.\n"
+                        "vorn: Provider with name \"a\" already in providers.\nvorn: Null name.\n");
+  EXPECT_NE(vorn_providers_get("a"), again);
+}
+
+TEST_F(Providers, SeeBeforeAfterChangesAndTheActionsOfEarlierOnes) {
+  add_all_kinds();
+  vorn_instances *all = vorn_instances_new();
+  vorn::test::add(all, "radio", "r", {{"mode", "1"}});
+  vorn_changes *changes = vorn_changes_new(all);
+  vorn_instance_set_value(vorn_instances_get(all, "radio", "r"), "mode", "2");
+  static int seen;
+  seen = 0;
+  vorn_provider *first = vorn_provider_new("first"), *second = vorn_provider_new("second");
+  vorn_provider_set_commit_fn(
+      first,
+      [](vorn_commit_info *info) {
+        return vorn_actions_add(vorn_commit_info_get_actions(info), "first", "restart", nullptr, nullptr);
+      },
+      nullptr);
+  vorn_provider_set_commit_fn(
+      second,
+      [](vorn_commit_info *info) {
+        const auto mode = [](vorn_instances *in) {
+          return std::string(vorn_instance_get_value(vorn_instances_get(in, "radio", "r"), "mode"));
+        };
+        seen += mode(vorn_commit_info_get_before(info)) == "1" &&
+                mode(vorn_commit_info_get_after(info)) == "2" &&
+                vorn_changes_contains_class(vorn_commit_info_get_changes(info), "radio") &&
+                vorn_actions_exists(vorn_commit_info_get_actions(info), "first", "restart", nullptr, nullptr);
+        return 0;
+      },
+      nullptr);
+  vorn_providers_add(second);
+  vorn_providers_add(first);
+  vorn_providers_order("first", "second");
+  vorn_providers_done_adding();
+  vorn_providers_commit(all, changes, nullptr);
+  vorn_providers_commit(all, changes, vorn_actions_new()); // which the commit frees
+  EXPECT_EQ(seen, 2);
+  vorn_changes_delete(changes);
+  vorn_instances_delete_all(all);
+}
+
+struct RefreshInfo : Providers {
+  RefreshInfo() { add_all_kinds(); }
+  ~RefreshInfo() override { vorn_refresh_info_delete(info); }
+  vorn_refresh_info *info = vorn_refresh_info_new(nullptr);
+};
+
+TEST_F(RefreshInfo, AnswersForInstancesAndProperties) {
+  const vorn::OwnedInstance r(make("radio", "r")), s(make("radio", "s")), server(make("server"));
+  vorn_refresh_info_add_property(info, "radio", "r", "mode");
+  vorn_refresh_info_add_instance(info, "server", nullptr);
+  const auto asks = [&](const vorn::OwnedInstance &instance, const char *property) {
+    return vorn_refresh_info_contains_property(info, instance.get(), property) == 1;
+  };
+  EXPECT_TRUE(asks(r, "mode"));
+  EXPECT_FALSE(asks(r, "power"));
+  EXPECT_FALSE(asks(s, "mode"));
+  EXPECT_FALSE(asks(server, "address"));
+  EXPECT_EQ(vorn_refresh_info_contains_instance(info, s.get()), 0);
+  EXPECT_EQ(vorn_refresh_info_contains_instance(info, server.get()), 1);
+  vorn_refresh_info_add_property(info, "radio", nullptr, "power");
+  EXPECT_TRUE(asks(r, "power") && asks(s, "power"));
+  EXPECT_FALSE(asks(s, "mode"));
+  vorn_refresh_info_add_all_properties(info, "radio", "s");
+  EXPECT_TRUE(asks(s, "mode"));
+  EXPECT_EQ(vorn_refresh_info_contains_class(info, "wire"), 0);
+  EXPECT_EQ(vorn_refresh_info_contains_class(nullptr, "wire"), 1);
+  EXPECT_EQ(vorn_refresh_info_contains_instance(nullptr, r.get()), 0);
+  EXPECT_EQ(vorn_refresh_info_add_property(info, "radio", "r", nullptr), 1);
+}
+
+TEST_F(RefreshInfo, CoversSubclassesUnderTheNameOfTheirSuperclassOnly) {
+  const vorn::OwnedInstance wire(make("wire", "w"));
+  vorn_refresh_info_add_all_properties(info, "wire", nullptr);
+  EXPECT_EQ(vorn_refresh_info_contains_instance(info, wire.get()), 0);
+  EXPECT_EQ(vorn_refresh_info_contains_property(info, wire.get(), "mtu"), 0);
+  vorn_refresh_info_add_property(info, "port", "w", "mtu");
+  EXPECT_EQ(vorn_refresh_info_contains_property(info, wire.get(), "mtu"), 1);
+  EXPECT_EQ(vorn_refresh_info_contains_property(info, wire.get(), "speed"), 0);
+}
+
+TEST_F(RefreshInfo, PrintsWhatIsAskedFor) {
+  const auto text = [&] { return printed([&](FILE *out) { vorn_refresh_info_print(info, out); }); };
+  EXPECT_EQ(text(), "Refresh info:\n  No classes to refresh.\n");
+  vorn_refresh_info_add_property(info, "radio", "r", "mode");
+  vorn_refresh_info_add_property(info, "radio", "r", "power");
+  vorn_refresh_info_add_instance(info, "radio", "s");
+  vorn_refresh_info_add_all_properties(info, "radio", nullptr);
+  vorn_refresh_info_add_property(info, "radio", "s", "mode"); // every instance has all of them already
+  EXPECT_EQ(text(), "Refresh info:\n  Class radio:\n    Named instances:\n"
+                    "      Instance r: Properties: mode power.\n      Instance s: Properties: None.\n"
+                    "    Every instance: Properties: All.\n");
+  EXPECT_EQ(printed([](FILE *out) { vorn_refresh_info_print(nullptr, out); }),
+            "Refresh info:\n  Null info.\n");
+}
+
+} // namespace

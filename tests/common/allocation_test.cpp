@@ -1,0 +1,168 @@
+// Each allocation of the main operations fails once: what was there stays as it was, and nothing leaks.
+#include "commit/changes.hpp"
+#include "commit/provider.hpp"
+#include "common/allocation.hpp"
+#include "common/log.hpp"
+#include "common/schema.hpp"
+#include "config/config_reader.hpp"
+#include "config/running.hpp"
+#include "core/eloop.h"
+#include "core/outbox.hpp"
+#include "query/query.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+
+namespace {
+
+using namespace vorn::test;
+
+std::string text_of(const vorn_instances *instances) {
+  return printed([&](FILE *out) { vorn_instances_print(instances, out); });
+}
+
+struct Allocation : testing::Test {
+  Allocation() { add_all_kinds(); }
+  ~Allocation() override { vorn_instances_delete_all(all); }
+
+  // Repeats an operation that must leave the collection as it was until it succeeds, and undoes it then.
+  template <class Attempt, class Undo> void expect_all_or_nothing(Attempt attempt, Undo undo) {
+    undo(attempt()); // what is made once, such as stores, is there from now on
+    const std::string before = text_of(all);
+    const long blocks = live_blocks;
+    const int failures = fail_each_allocation(
+        [&] {
+          const auto result = attempt();
+          const bool done = static_cast<bool>(result);
+          const long left = std::exchange(allocations_left, -1);
+          if (done) undo(result);
+          allocations_left = left;
+          return done;
+        },
+        [&] {
+          EXPECT_EQ(text_of(all), before);
+          EXPECT_EQ(live_blocks, blocks);
+        });
+    EXPECT_GT(failures, 0);
+    EXPECT_EQ(live_blocks, blocks);
+    EXPECT_EQ(text_of(all), before);
+  }
+  Log log;
+  vorn_instances *all = vorn_instances_new();
+};
+
+TEST_F(Allocation, OfClassesAndProperties) {
+  vorn_class *abstract = add_abstract_class("base", {});
+  expect_all_or_nothing([] { return vorn_property_new("a property with a long name"); },
+                        vorn_property_delete);
+  expect_all_or_nothing([] { return vorn_class_new("a class with a long name"); },
+                        [](vorn_class *cls) { delete cls; });
+  expect_all_or_nothing([&] { return vorn_class_clone(abstract, "clone"); },
+                        [](vorn_class *cls) { delete cls; });
+  expect_all_or_nothing(
+      [] {
+        std::unique_ptr<vorn_class> cls(vorn_class_new("c"));
+        vorn_property *property = cls ? vorn_property_new("p") : nullptr;
+        if (!property) return false;
+        vorn_property_set_is_valid_fn(property, not_bad);
+        const bool done =
+            vorn_class_set_abstract(cls.get(), 1) == 0 && vorn_class_add_property(cls.get(), property) == 0;
+        if (!done) vorn_property_delete(property); // it is still the caller's
+        return done;
+      },
+      [](bool) {});
+}
+
+TEST_F(Allocation, OfInstancesAndTheirValues) {
+  expect_all_or_nothing(
+      [] { return vorn_instance_new(vorn_classes_get("radio"), "a name that is not short"); },
+      vorn_instance_delete);
+  vorn_instance *radio = add(all, "radio", "r", {{"mode", "a"}, {"power", "1"}});
+  expect_all_or_nothing([&] { return vorn_instance_copy(radio); }, vorn_instance_delete);
+  expect_all_or_nothing(
+      [&] {
+        const vorn::OwnedInstance sharing(vorn_instance_copy(radio)); // so that the table is copied first
+        return sharing && vorn_instance_set_value(radio, "power", "a value that is not short") == 0;
+      },
+      [&](bool) { vorn_instance_set_value(radio, "power", "1"); });
+}
+
+TEST_F(Allocation, OfCollections) {
+  for (const char *cls : {"system", "server", "radio", "rule", "wire"}) {
+    const bool named = strcmp(cls, "system") != 0 && strcmp(cls, "server") != 0;
+    if (strcmp(cls, "system") != 0) add(all, cls, named ? "kept" : nullptr);
+    expect_all_or_nothing([&] { return add(all, cls, named ? "new" : nullptr); },
+                          [&](vorn_instance *instance) {
+                            ASSERT_NE(instance, nullptr);
+                            vorn_instances_remove(all, instance);
+                            vorn_instance_delete(instance);
+                          });
+  }
+  for (const char *name : {"a", "b", "b"}) add(all, "rule", name);
+  expect_all_or_nothing([&] { return vorn::copy_whole(*all); }, [](const vorn::OwnedInstances &) {});
+  expect_all_or_nothing([&] { return vorn_instances_new_class_iterator(all, "port"); },
+                        vorn_instances_delete_iterator);
+}
+
+TEST_F(Allocation, OfRecorders) {
+  for (const char *name : {"a", "b"}) add(all, "radio", name, {{"mode", "1"}});
+  add(all, "system");
+  expect_all_or_nothing([&] { return vorn_changes_new(all); }, vorn_changes_delete);
+  for (vorn_instances_iterator it(*all); it.has_next();) EXPECT_EQ(it.next()->listener, nullptr);
+}
+
+TEST_F(Allocation, OfProviders) {
+  expect_all_or_nothing([] { return vorn_provider_new("a provider with a long name"); },
+                        [](vorn_provider *provider) { delete provider; });
+}
+
+// A request that finds no memory gives no reply; the recorder is gone, and a transaction has changed nothing.
+TEST_F(Allocation, OfRequests) {
+  add(all, "radio", "r", {{"mode", "a"}, {"power", "1"}});
+  vorn::set_running(all);
+  const char *const requests[] = {
+      "<lsql origin='somebody with a long name'><select><radio "
+      "properties='all'/></select><where><eq><property>mode"
+      "</property><value>a</value></eq></where></lsql>",
+      "<lsql><write-transaction><update><radio><power>2</power></radio></update><delete><radio/></"
+      "delete><insert>"
+      "<server><address>1</address></server></insert></write-transaction></lsql>",
+  };
+  const std::string before = text_of(all);
+  for (const char *request : requests) {
+    fail_each_allocation(
+        [&] {
+          const vorn::CString reply(vorn_query_eval_passive(request));
+          return reply && strstr(reply.get(), "<error>") == nullptr;
+        },
+        [&] {
+          EXPECT_EQ(text_of(all), before);
+          EXPECT_EQ(all->listener, nullptr);
+        });
+    EXPECT_EQ(text_of(all), before);
+  }
+  vorn::set_running(nullptr);
+}
+
+TEST_F(Allocation, OfTheLoopAndTheOutbox) {
+  eloop_init(nullptr);
+  const auto handler = [](int, void *, void *) {};
+  expect_all_or_nothing([&] { return eloop_register_read_sock(0, handler, nullptr, nullptr) == 0; },
+                        [](bool) {
+                          eloop_destroy();
+                          eloop_init(nullptr);
+                        });
+  int fds[2];
+  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, fds), 0);
+  const vorn::Descriptor sender(fds[0]), reader(fds[1]);
+  fcntl(sender.get(), F_SETFL, O_NONBLOCK);
+  const std::string text(1000000, 'x');
+  const auto done = [](int, bool, void *) {};
+  expect_all_or_nothing(
+      [&] { return vorn::outbox_send(sender.get(), text, 0, done, nullptr) == vorn::Delivery::pending; },
+      [&](bool) { vorn::outbox_forget(sender.get()); });
+  eloop_destroy();
+}
+
+} // namespace

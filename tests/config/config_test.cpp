@@ -1,0 +1,226 @@
+#include "commit/providers.h"
+#include "common/log.hpp"
+#include "common/schema.hpp"
+#include "config/config.h"
+#include "config/config_reader.hpp"
+#include "config/running.hpp"
+#include "support/xml_nodes.hpp"
+
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+
+namespace {
+
+using namespace vorn::test;
+
+struct Config : testing::Test {
+  Config() { add_all_kinds(); }
+  ~Config() override {
+    vorn_instances_delete_all(vorn_config_get_running());
+    unlink(path.c_str());
+  }
+  // Writes a file and loads it; returns what the running configuration then holds.
+  std::string load(const std::string &text) {
+    std::ofstream(path) << text;
+    vorn_instances *before = vorn_config_get_running();
+    vorn::XmlDocument document = vorn::open_config(path.c_str());
+    if (!document) return "not loaded";
+    EXPECT_EQ(vorn::load_config(std::move(document)), 0);
+    vorn_instances_delete_all(before);
+    return all_names(vorn_config_get_running());
+  }
+  std::string save() {
+    EXPECT_EQ(vorn_config_dump_running(path.c_str()), 0);
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    return text.str();
+  }
+  static const char *value(const char *cls, const char *name, const char *property) {
+    return vorn_instance_get_value(vorn_instances_get(vorn_config_get_running(), cls, name), property);
+  }
+  Log log;
+  const std::string path = testing::TempDir() + "vorn-config-" + std::to_string(getpid()) + ".xml";
+};
+
+TEST_F(Config, FilesThatAreNoneAreRefusedWithTheirReason) {
+  using std::string;
+  const string parse_failure = "vorn: Config not parsed successfully.\n";
+  const struct {
+    string text, message;
+  } cases[] = {
+      {"", parse_failure},
+      {"<config><radio name=\"r\">", parse_failure},
+      {string("\x7f"
+              "ELF\0\1\2",
+              7),
+       parse_failure},
+      {"<lsql/>", "vorn: Document of the wrong type: root node is not \"config\"."},
+  };
+  for (const auto &c : cases) {
+    EXPECT_EQ(load(c.text), "not loaded") << c.text;
+    const string logged = log.take(); // behind what libxml2 itself says
+    EXPECT_EQ(logged.substr(logged.size() - std::min(logged.size(), c.message.size())), c.message) << c.text;
+  }
+  EXPECT_EQ(vorn::open_config(testing::TempDir().c_str()), nullptr); // a directory
+  EXPECT_EQ(vorn::open_config(nullptr), nullptr);
+  EXPECT_EQ(vorn_config_get_running(), nullptr);
+}
+
+TEST_F(Config, GoodPartsAreKeptAndBadOnesNamed) {
+  vorn_property_set_required_on_insert(vorn_class_get_property(vorn_classes_get("radio"), "mode"), 1);
+  EXPECT_EQ(load("<config><nothing/>text<!-- comment --><radio><mode>a</mode></radio>"
+                 "<radio name='r'><mode>a</mode><power>bad</power><colour>red</colour></radio>"
+                 "<radio name='r'><mode>b</mode></radio><radio name='s'/>"
+                 "<server name='x'/><system><host><!-- --> h</host></system><system/></config>"),
+            "radio:r,system");
+  EXPECT_EQ(log.take(),
+            "vorn: Instance has an unknown class \"nothing\".\n"
+            "vorn: Instance of \"radio\" requires requires name.\n"
+            "vorn: Bad instance name \"(null)\" of class \"radio\"- skipping.\n"
+            "vorn: Value \"bad\" is not valid for property \"power\" of class \"radio\".\n"
+            "vorn: Value \"bad\" is not valid for property \"power\" of class \"radio\" - skipping.\n"
+            "vorn: Property \"colour\" is not valid for class \"radio\" - skipping.\n"
+            "vorn: Couldn't add instance \"r\" of class \"radio\". Skipping instance.\n"
+            "vorn: Instance is invalid: Property \"mode\" of class \"radio\" is required on insert but "
+            "not set. Skipping instance."
+            "vorn: Instance of \"server\" may not have a name.\n"
+            "vorn: Bad instance name \"x\" of class \"server\"- skipping.\n"
+            "vorn: Singleton class may not have multiple instances.\n"
+            "vorn: Couldn't add instance \"(null)\" of class \"system\". Skipping instance.\n");
+  EXPECT_STREQ(value("radio", "r", "mode"), "a");
+  const vorn_instance *system = vorn_instances_get_singleton(vorn_config_get_running(), "system");
+  EXPECT_STREQ(vorn_instance_get_value(system, "host"), ""); // a comment comes first: the value is empty
+}
+
+TEST_F(Config, SubclassesAreNamedByTheirIdentifier) {
+  add_class("stray", VORN_CLASS_UNIQUE_NAMED, {});
+  EXPECT_EQ(load("<config><port name='a'><type>wire</type><mtu>1</mtu><speed>2</speed></port>"
+                 "<port name='b'/><port name='c'><type/></port><port name='d'><type>nothing</type></port>"
+                 "<port name='e'><type>stray</type></port><port name='f'><type>port</type></port>"
+                 "<air name='g'><type>air</type></air></config>"),
+            "wire:a,air:g,system");
+  EXPECT_EQ(log.take(),
+            "vorn: Instance of class \"port\" does not contain a subclass identifier property \"type\".\n"
+            "vorn: Instance of class \"port\" subclass identifier property \"type\" has a null value.\n"
+            "vorn: Instance of class \"port\" subclass identifier property \"type\" value is an unknown "
+            "class \"nothing\".\n"
+            "vorn: Instance of class \"port\" subclass identifier property \"type\" value is \"stray\", "
+            "which is not a "
+            "subclass of \"port\".\n"
+            "vorn: Instance of class \"port\" subclass identifier property \"type\" value is \"port\", which "
+            "is not a "
+            "subclass of \"port\".\n");
+}
+
+TEST_F(Config, IsCommittedOnceWithEverythingInserted) {
+  static std::string commits;
+  commits.clear();
+  vorn_provider *provider = vorn_provider_new("p");
+  vorn_provider_set_commit_fn(
+      provider,
+      [](vorn_commit_info *info) {
+        vorn_changes *changes = vorn_commit_info_get_changes(info);
+        commits += names(vorn_changes_new_class_instances_iterator(changes, nullptr)) + "/" +
+                   all_names(vorn_commit_info_get_before(info)) + ";";
+        EXPECT_EQ(vorn_commit_info_get_after(info), vorn_config_get_running());
+        return 0;
+      },
+      nullptr);
+  vorn_providers_add(provider);
+  vorn_providers_done_adding();
+  load("<config><rule name='g'/><server/><rule name='g'/></config>");
+  EXPECT_EQ(commits, "rule:g,rule:g,server,system/;");
+}
+
+TEST_F(Config, WritesWhatPersistsInTheRegistrysOrder) {
+  vorn_class *transient = add_class("transient", VORN_CLASS_SINGLETON, {"t"});
+  vorn_class_set_persistence(transient, 0);
+  vorn_property_set_persistence(vorn_class_get_property(vorn_classes_get("radio"), "power"), 0);
+  vorn_class_resolve(transient);
+  EXPECT_EQ(
+      load("<config><transient><t>1</t></transient><radio name='r'><power>1</power><mode>a</mode></radio>"
+           "<port name='w'><speed>2</speed><type>wire</type><mtu>1</mtu></port><server/>"
+           "<system><place/><host>h</host></system></config>"),
+      "transient,radio:r,wire:w,server,system");
+  EXPECT_EQ(save(),
+            "<?xml version=\"1.0\"?>\n<config>\n  <system>\n    <place/>\n    <host>h</host>\n  "
+            "</system>\n  <server/>\n  <port name=\"w\">\n    <speed>2</speed>\n    <type>wire</type>\n    "
+            "<mtu>1</mtu>\n  </port>\n  <radio name=\"r\">\n    <mode>a</mode>\n  </radio>\n</config>\n");
+}
+
+TEST_F(Config, EveryTextComesBackUnchanged) {
+  const char *const texts[] = {"a&b<c>d\"e'f",
+                               "&amp;",
+                               "&#65;",
+                               "]]>",
+                               " ",
+                               "\t\n ",
+                               "  padded  ",
+                               "",
+                               "Zürich — 東京 🙂",
+                               "a\rb\r\nc",
+                               "\xef\xbf\xbd",
+                               "%s%n"};
+  vorn::set_running(vorn_instances_new());
+  int number = 0;
+  for (const char *text : texts) {
+    const std::string name = std::to_string(number++);
+    add(vorn_config_get_running(), "radio", name.c_str(), {{"mode", text}});
+    if (*text) add(vorn_config_get_running(), "air", text, {{"type", "air"}, {"channel", text}});
+  }
+  std::ostringstream before, after;
+  before << printed([](FILE *out) { vorn_instances_print(vorn_config_get_running(), out); });
+  const std::string text = save();
+  add(vorn_config_get_running(), "system");
+  load(text);
+  EXPECT_EQ(log.take(), "");
+  number = 0;
+  for (const char *expected : texts) {
+    EXPECT_STREQ(value("radio", std::to_string(number++).c_str(), "mode"), expected);
+    if (*expected) {
+      EXPECT_STREQ(value("port", expected, "channel"), expected);
+    }
+  }
+}
+
+TEST_F(Config, WhatXmlCannotCarryIsLeftOutAlone) {
+  for (const char *text :
+       {"\x01", "\x7f\x80", "\xc0\x80", "\xed\xa0\x80", "\xf4\x90\x80\x80", "a\xe2\x82", "\xef\xbf\xbf"})
+    EXPECT_FALSE(vorn::xml_can_carry(text)) << text;
+  vorn::set_running(vorn_instances_new());
+  add(vorn_config_get_running(), "radio", "r", {{"mode", "\x01"}, {"power", "1"}});
+  add(vorn_config_get_running(), "radio", "\xff");
+  add(vorn_config_get_running(), "radio", "s");
+  const std::string text = save();
+  EXPECT_EQ(log.take(),
+            "vorn: The configuration file cannot hold property \"mode\" of instance \"r\" of class "
+            "\"radio\" - leaving it out.\n"
+            "vorn: The configuration file cannot hold the name of instance \"\xff\" of class \"radio\" - "
+            "leaving it out.\n");
+  vorn_instances_delete_all(vorn_config_get_running());
+  vorn::set_running(nullptr);
+  EXPECT_EQ(load(text), "radio:r,radio:s,system");
+  EXPECT_STREQ(value("radio", "r", "power"), "1");
+}
+
+TEST_F(Config, WithoutARunningConfigurationNothingIsWritten) {
+  std::ofstream(path) << "kept";
+  EXPECT_EQ(vorn_config_dump_running(path.c_str()), 1);
+  EXPECT_EQ(vorn_config_dump_running(nullptr), 1);
+  std::string text;
+  std::ifstream(path) >> text;
+  EXPECT_EQ(text, "kept");
+}
+
+TEST_F(Config, ReplacingFreesTheOldOneOnly) {
+  vorn_instances *first = vorn_instances_new(), *second = vorn_instances_new();
+  add(first, "radio", "r");
+  EXPECT_EQ(vorn_config_replace_running(first), first);
+  EXPECT_EQ(vorn_config_replace_running(nullptr), first);
+  EXPECT_EQ(vorn_config_replace_running(first), first);
+  EXPECT_EQ(all_names(first), "radio:r");
+  EXPECT_EQ(vorn_config_replace_running(second), second);
+}
+
+} // namespace

@@ -1,0 +1,89 @@
+#include "common/log.hpp"
+#include "core/handles.hpp"
+#include "core/socket.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+namespace {
+
+using vorn::Descriptor;
+using vorn::test::Log;
+
+std::string unique_name(const char *kind) {
+  return std::string("vorn-test-") + kind + std::to_string(getpid());
+}
+
+// Connects to a path, or to an abstract name that is padded to `length` bytes of the path area.
+bool can_connect(const std::string &path, bool abstract, size_t length = sizeof(sockaddr_un::sun_path)) {
+  sockaddr_un address = {};
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path + (abstract ? 1 : 0), sizeof address.sun_path - 1);
+  const Descriptor client(socket(AF_UNIX, SOCK_STREAM, 0));
+  return connect(client.get(), reinterpret_cast<sockaddr *>(&address),
+                 static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + length)) == 0;
+}
+
+TEST(Socket, AbstractNamesAreBoundWithTheWholePathArea) {
+  const std::string name = unique_name("abstract");
+  const Descriptor server(vorn_socket_get_unix(name.c_str(), VORN_SOCKET_ABSTRACT));
+  ASSERT_TRUE(server);
+  EXPECT_TRUE(can_connect(name, true));
+  EXPECT_FALSE(can_connect(name, true, name.size() + 1));
+  EXPECT_TRUE(fcntl(server.get(), F_GETFL) & O_NONBLOCK);
+  EXPECT_TRUE(fcntl(server.get(), F_GETFD) & FD_CLOEXEC);
+  Log log;
+  EXPECT_EQ(vorn_socket_get_unix(name.c_str(), VORN_SOCKET_ABSTRACT), -1);
+  EXPECT_EQ(log.take(), "vorn: Unable to bind to domain " + name + ": Address already in use\n");
+  EXPECT_TRUE(Descriptor(vorn_socket_get_unix(std::string(300, 'n').c_str(), VORN_SOCKET_ABSTRACT)));
+}
+
+TEST(Socket, APathIsTakenFromAnEarlierRun) {
+  const std::string directory = testing::TempDir() + unique_name("dir"), path = directory + "/sock";
+  ASSERT_EQ(mkdir(directory.c_str(), 0700), 0);
+  ASSERT_EQ(symlink(path.c_str(), (directory + "/link").c_str()), 0);
+  Descriptor(vorn_socket_get_unix(path.c_str(), 0)); // leaves its file behind
+  const Descriptor server(vorn_socket_get_unix((directory + "/link").c_str(), 0));
+  EXPECT_TRUE(server); // where the link leads, the stale file was removed
+  EXPECT_TRUE(can_connect(path, false));
+  Log log;
+  EXPECT_EQ(vorn_socket_get_unix((directory + "/none/sock").c_str(), 0), -1);
+  EXPECT_NE(log.take().find("No such file or directory"), std::string::npos);
+  EXPECT_EQ(system(("rm -r '" + directory + "'").c_str()), 0);
+}
+
+TEST(Socket, TcpListensOnLoopbackOnlyAndReportsATakenPort) {
+  Descriptor server;
+  unsigned short port = 40000;
+  {
+    Log log; // of ports that someone else has
+    while (!server && ++port < 60000) server = Descriptor(vorn_socket_get_tcp(port, 1));
+  }
+  ASSERT_TRUE(server);
+  sockaddr_in address = {};
+  socklen_t size = sizeof address;
+  getsockname(server.get(), reinterpret_cast<sockaddr *>(&address), &size);
+  EXPECT_EQ(address.sin_addr.s_addr, htonl(INADDR_LOOPBACK));
+  Log log;
+  EXPECT_EQ(vorn_socket_get_tcp(port, 1), -1);
+  EXPECT_EQ(log.take(),
+            "vorn: Unable to bind to port " + std::to_string(port) + ": Address already in use\n");
+}
+
+TEST(Socket, SetsAndClearsNonBlocking) {
+  const Descriptor client(vorn_socket_get_udp());
+  EXPECT_TRUE(fcntl(client.get(), F_GETFD) & FD_CLOEXEC);
+  EXPECT_EQ(vorn_socket_set_nonblock(client.get()), 0);
+  EXPECT_TRUE(fcntl(client.get(), F_GETFL) & O_NONBLOCK);
+  EXPECT_EQ(vorn_socket_set_block(client.get()), 0);
+  EXPECT_FALSE(fcntl(client.get(), F_GETFL) & O_NONBLOCK);
+  Log log;
+  EXPECT_EQ(vorn_socket_set_block(-1), 1);
+  EXPECT_EQ(log.take(), "vorn: fcntl: Bad file descriptor\n");
+}
+
+} // namespace

@@ -1,0 +1,158 @@
+#include "common/log.hpp"
+#include "common/schema.hpp"
+#include "core/debug.h"
+#include "model/instance.hpp"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace vorn::test;
+
+struct Instance : testing::Test {
+  Instance() { add_all_kinds(); }
+  Log log;
+};
+
+TEST_F(Instance, IsRefusedForWrongNamesAndClasses) {
+  vorn_class *open = vorn_class_new("open");
+  const struct {
+    vorn_class *cls;
+    const char *name;
+    const char *text;
+  } cases[] = {
+      {nullptr, "x", "vorn: Null class.\n"},
+      {open, nullptr, "vorn: Cannot create instance of abstract class \"open\".\n"},
+      {vorn_classes_get("port"), "x", "vorn: Cannot create instance of abstract class \"port\".\n"},
+      {vorn_classes_get("system"), "x", "vorn: Instance of \"system\" may not have a name.\n"},
+      {vorn_classes_get("server"), "", "vorn: Instance of \"server\" may not have a name.\n"},
+      {vorn_classes_get("radio"), nullptr, "vorn: Instance of \"radio\" requires requires name.\n"},
+      {vorn_classes_get("rule"), nullptr, "vorn: Instance of \"rule\" requires requires name.\n"},
+  };
+  for (const auto &c : cases) {
+    EXPECT_EQ(vorn_instance_new(c.cls, c.name), nullptr) << c.text;
+    EXPECT_EQ(log.take(), c.text);
+  }
+  delete open;
+}
+
+TEST_F(Instance, KeepsValuesInTheOrderInWhichTheyWereSetLast) {
+  const vorn::OwnedInstance radio(make("radio", "r", {{"power", "1"}, {"mode", "a"}, {"power", "2"}}));
+  EXPECT_EQ(printed([&](FILE *out) { vorn_instance_print(radio.get(), out); }),
+            "Instance name: r\tclass: radio\n   mode =\ta\n   power =\t2\n");
+  const vorn::OwnedInstance system(make("system", nullptr, {{"host", ""}}));
+  EXPECT_EQ(printed([&](FILE *out) { vorn_instance_print(system.get(), out); }),
+            "Instance name: n/a\tclass: system\n   host =\t\n"); // an empty value is a value
+  EXPECT_EQ(vorn_instance_get_value(system.get(), "place"), nullptr);
+}
+
+TEST_F(Instance, RefusesAValueAndKeepsTheOldOne) {
+  const vorn::OwnedInstance wire(
+      make("wire", "w", {{"mtu", "1500"}, {"type", "wire"}})); // both the superclass's
+  EXPECT_EQ(log.take(), "");
+  static int told;
+  told = 0;
+  vorn_instance_set_listener(
+      wire.get(), [](vorn_instance *, const char *, void *) { return ++told; }, nullptr);
+  EXPECT_EQ(vorn_instance_set_value(wire.get(), "mtu", "bad"), 1);
+  EXPECT_EQ(vorn_instance_set_value(wire.get(), "channel", "1"), 1);
+  EXPECT_EQ(vorn_instance_set_value(wire.get(), nullptr, "1"), 1);
+  EXPECT_EQ(vorn_instance_set_value(wire.get(), "mtu", nullptr), 1);
+  EXPECT_EQ(vorn_instance_set_value(nullptr, "mtu", "1"), 1);
+  EXPECT_EQ(log.take(), "vorn: Value \"bad\" is not valid for property \"mtu\" of class \"wire\".\n"
+                        "vorn: Property \"channel\" not in class \"wire\" (or its superclasses).\n"
+                        "vorn: Null property.\nvorn: Null value.\n"
+                        "vorn: Null instance. (vorn_instance_set_value)\n");
+  EXPECT_STREQ(vorn_instance_get_value(wire.get(), "mtu"), "1500");
+  EXPECT_EQ(told, 0);
+  vorn_instance_set_value(wire.get(), "mtu", "1500");
+  EXPECT_EQ(told, 1); // an equal value is set all the same
+}
+
+TEST_F(Instance, AsksTheValueCheckBeforeTheInstanceCheck) {
+  static std::string asked;
+  asked.clear();
+  vorn_property *mode = vorn_class_get_property(vorn_classes_get("radio"), "mode");
+  vorn_property_set_is_valid_fn(mode, [](const char *value) { return asked += "v", not_bad(value); });
+  vorn_property_set_is_instance_valid_fn(mode, [](vorn_instance *instance, const char *) {
+    asked += "i";
+    return vorn_instance_get_value(instance, "power") ? 1 : 0;
+  });
+  const vorn::OwnedInstance radio(make("radio", "r"));
+  EXPECT_EQ(vorn_instance_set_value(radio.get(), "mode", "bad"), 1);
+  EXPECT_EQ(vorn_instance_set_value(radio.get(), "mode", "a"), 1);
+  vorn_instance_set_value(radio.get(), "power", "1");
+  EXPECT_EQ(vorn_instance_set_value(radio.get(), "mode", "a"), 0);
+  EXPECT_EQ(asked, "vvivi");
+}
+
+TEST_F(Instance, TakesAnyValueWithoutACheckAndSaysSoAtLevelFive) {
+  const vorn::OwnedInstance wire(make("wire", "w"));
+  vorn_debug_set(5);
+  log.take();
+  EXPECT_EQ(vorn_instance_set_value(wire.get(), "type", "bad"), 0);
+  EXPECT_EQ(log.take(), "vorn: Property \"type\" of class \"wire\" does not have an is_valid function.\n");
+}
+
+TEST_F(Instance, CanBeSetToItsOwnValue) {
+  const vorn::OwnedInstance radio(make("radio", "r", {{"mode", "some longer value that was allocated"}}));
+  vorn_instance_set_value(radio.get(), "mode", vorn_instance_get_value(radio.get(), "mode"));
+  vorn_instance_set_value(radio.get(), "power", vorn_instance_get_value(radio.get(), "mode"));
+  EXPECT_STREQ(vorn_instance_get_value(radio.get(), "mode"), "some longer value that was allocated");
+  EXPECT_STREQ(vorn_instance_get_value(radio.get(), "power"), "some longer value that was allocated");
+}
+
+TEST_F(Instance, CopyIsIndependentAndHasNoListener) {
+  vorn::OwnedInstance radio(make("radio", "r", {{"mode", "a"}, {"power", "1"}}));
+  vorn_instance_set_listener(
+      radio.get(), [](vorn_instance *, const char *, void *) { return ADD_FAILURE(), 0; }, nullptr);
+  const vorn::OwnedInstance copy(vorn_instance_copy(radio.get()));
+  const char *power = vorn_instance_get_value(copy.get(), "power");
+  vorn_instance_set_value(copy.get(), "mode", "b");
+  EXPECT_STREQ(vorn_instance_get_value(radio.get(), "mode"), "a");
+  radio.reset();
+  EXPECT_STREQ(power, "1"); // a value holds until it is set again, whatever else is
+  EXPECT_STREQ(vorn_instance_get_name(copy.get()), "r");
+  EXPECT_EQ(printed([&](FILE *out) { vorn_instance_print(copy.get(), out); }),
+            "Instance name: r\tclass: radio\n   power =\t1\n   mode =\tb\n");
+}
+
+TEST_F(Instance, IsValidAsAWhole) {
+  vorn_class *cls = vorn_classes_get("wire");
+  for (const char *name : {"speed", "mtu"})
+    vorn_property_set_required_on_insert(vorn_class_get_property(cls, name), 1);
+  const vorn::OwnedInstance wire(make("wire", "w"));
+  const auto reason = [&](vorn_instance *instance) {
+    char *error = nullptr;
+    const int valid = vorn_instance_is_valid(nullptr, instance, &error);
+    const std::string text = error ? error : "";
+    free(error);
+    return valid ? "valid" : text;
+  };
+  EXPECT_EQ(reason(nullptr), "Null instance.");
+  // The superclass's properties come first, and the message names the instance's class.
+  EXPECT_EQ(reason(wire.get()), "Property \"type\" of class \"wire\" is required on insert but not set.");
+  vorn_instance_set_value(wire.get(), "type", "wire");
+  EXPECT_EQ(reason(wire.get()), "Property \"mtu\" of class \"wire\" is required on insert but not set.");
+  vorn_instance_set_value(wire.get(), "mtu", "");
+  EXPECT_EQ(reason(wire.get()), "Property \"speed\" of class \"wire\" is required on insert but not set.");
+  vorn_class_set_instance_validate_fn(cls, [](vorn_instances *, vorn_instance *) { return 0; });
+  EXPECT_EQ(reason(wire.get()), "Class \"wire\" validation function failed");
+  EXPECT_EQ(vorn_instance_is_valid(nullptr, wire.get(), nullptr), 0);
+  vorn_class_set_instance_validate_fn(cls, nullptr);
+  vorn_instance_set_value(wire.get(), "speed", "1");
+  EXPECT_EQ(reason(wire.get()), "valid");
+}
+
+TEST_F(Instance, StatusIsUpOnlyForExactlyThat) {
+  add_class("link", VORN_CLASS_ANONYMOUS, {"status"});
+  vorn_class_resolve(vorn_classes_get("link"));
+  const vorn::OwnedInstance link(make("link"));
+  EXPECT_EQ(vorn_instance_get_status(link.get()), 0);
+  for (const auto &[value, up] : {std::pair{"UP", 0}, {"up", 1}, {"up ", 0}}) {
+    vorn_instance_set_value(link.get(), "status", value);
+    EXPECT_EQ(vorn_instance_get_status(link.get()), up) << value;
+  }
+}
+
+} // namespace

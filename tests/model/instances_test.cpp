@@ -1,0 +1,182 @@
+#include "common/log.hpp"
+#include "common/schema.hpp"
+#include "model/instances.hpp"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace vorn::test;
+
+struct Instances : testing::Test {
+  Instances() { add_all_kinds(); }
+  ~Instances() override { vorn_instances_delete_all(all); }
+  Log log;
+  vorn_instances *all = vorn_instances_new();
+};
+
+std::string class_names(const vorn_instances *all, const char *cls) {
+  return names(vorn_instances_new_class_iterator(all, cls));
+}
+std::string group_names(const vorn_instances *all, const char *cls, const char *group) {
+  return names(vorn_instances_new_group_iterator(all, cls, group));
+}
+
+TEST_F(Instances, EachTypeOfClassHasItsRules) {
+  EXPECT_EQ(vorn_instances_get_singleton(all, "system"), nullptr);
+  vorn_instance *system = add(all, "system");
+  EXPECT_EQ(add(all, "system"), nullptr);
+  EXPECT_EQ(vorn_instances_get_singleton(all, "system"), system);
+  EXPECT_NE(add(all, "radio", "r"), nullptr);
+  EXPECT_EQ(add(all, "radio", "r"), nullptr); // without a word
+  EXPECT_NE(add(all, "rule", "g"), nullptr);
+  EXPECT_NE(add(all, "rule", "g"), nullptr);
+  EXPECT_NE(add(all, "server"), nullptr);
+  EXPECT_NE(add(all, "server"), nullptr);
+  EXPECT_EQ(vorn_instances_get_singleton(all, "radio"), nullptr);
+  EXPECT_EQ(vorn_instances_get(all, "rule", "g"), nullptr);
+  EXPECT_EQ(vorn_instances_get(all, "radio", "absent"), nullptr);
+  EXPECT_EQ(vorn_instances_get(all, "nothing", "r"), nullptr);
+  EXPECT_EQ(log.take(), "vorn: Singleton instance of class \"system\" is missing.\n"
+                        "vorn: Singleton class may not have multiple instances.\n"
+                        "vorn: Class \"radio\" is not a singleton.\n"
+                        "vorn: Class \"rule\" is not unique named.\n"
+                        "vorn: Unknown class \"nothing\".\n");
+  EXPECT_EQ(all_names(all), "system,radio:r,rule:g,rule:g,server,server");
+  EXPECT_EQ(vorn_instances_remove(all, system), 0);
+  EXPECT_EQ(vorn_instances_get_singleton(all, "system"), nullptr);
+  EXPECT_EQ(log.take(), ""); // the store remains: it is not missing
+  vorn_instance_delete(system);
+}
+
+TEST_F(Instances, NamesAreUniqueInAFamily) {
+  vorn_instance *wire = add(all, "wire", "x");
+  EXPECT_EQ(add(all, "air", "x"), nullptr);
+  EXPECT_EQ(vorn_instances_get(all, "port", "x"), wire);
+  EXPECT_EQ(vorn_instances_get(all, "air", "x"), nullptr);
+  EXPECT_NE(add(all, "radio", "x"), nullptr); // not of the family
+  vorn_instances_remove(all, wire);
+  EXPECT_NE(add(all, "air", "x"), nullptr);
+  EXPECT_EQ(log.take(), "");
+  vorn_instance_delete(wire);
+}
+
+TEST_F(Instances, AreListedByStoreByFamilyAndByGroup) {
+  for (const char *name : {"b", "a"}) add(all, "air", name);
+  add(all, "rule", "g1");
+  for (const char *name : {"w2", "w1"}) add(all, "wire", name);
+  for (const char *name : {"g2", "g1"}) add(all, "rule", name);
+  add(all, "server");
+  EXPECT_EQ(all_names(all), "air:b,air:a,rule:g1,rule:g1,rule:g2,wire:w2,wire:w1,server");
+  EXPECT_EQ(class_names(all, "port"), "wire:w2,wire:w1,air:b,air:a"); // by the registry's order of subclasses
+  EXPECT_EQ(class_names(all, nullptr), all_names(all));
+  EXPECT_EQ(class_names(all, "system"), "");
+  EXPECT_EQ(group_names(all, "rule", "g1"), "rule:g1,rule:g1");
+  EXPECT_EQ(group_names(all, "rule", "none"), "");
+  EXPECT_EQ(group_names(all, "port", "a"), "air:a");
+  EXPECT_EQ(group_names(all, "port", "none"), "");
+  EXPECT_EQ(group_names(all, "wire", "w1"), "wire:w1");
+  EXPECT_EQ(group_names(all, "rule", nullptr), "rule:g1,rule:g1,rule:g2");
+  EXPECT_EQ(log.take(), "");
+  EXPECT_EQ(group_names(all, "server", "x"), "");
+  EXPECT_EQ(group_names(all, nullptr, "x"), "");
+  EXPECT_EQ(class_names(all, "nothing"), "");
+  EXPECT_EQ(log.take(), "vorn: Group iterators can only be used on named classes.\n"
+                        "vorn: group_name specified but class_name is null.\n"
+                        "vorn: Unknown class \"nothing\".\n");
+  EXPECT_EQ(printed([&](FILE *out) { vorn_instances_print(all, out); }).substr(0, 67),
+            "Instance name: b\tclass: air\n\nInstance name: a\tclass: air\n\n\nInstance");
+}
+
+TEST_F(Instances, WhatAnIteratorHasReturnedMayBeRemoved) {
+  add(all, "system");
+  for (const char *name : {"g1", "g2", "g1", "g3"}) add(all, "rule", name);
+  for (const char *name : {"a", "b"}) add(all, "wire", name);
+  add(all, "air", "c");
+  for (int i = 0; i < 3; ++i) add(all, "server");
+  for (const char *walk : {"rule", "port", static_cast<const char *>(nullptr)}) {
+    vorn_instances_iterator *it = vorn_instances_new_class_iterator(all, walk);
+    while (vorn_instances_iterator_has_next(it)) {
+      vorn_instance *instance = vorn_instances_iterator_next(it);
+      EXPECT_EQ(vorn_instances_remove(all, instance), 0);
+      vorn_instance_delete(instance);
+    }
+    EXPECT_EQ(vorn_instances_iterator_next(it), nullptr);
+    vorn_instances_delete_iterator(it);
+  }
+  EXPECT_EQ(vorn_instances_is_empty(all), 1);
+}
+
+TEST_F(Instances, RemoveGoesByIdentityAndTellsTheListener) {
+  static std::string events;
+  events.clear();
+  vorn_instances_set_listener(
+      all,
+      [](vorn_instance *instance, int event, void *data) {
+        events += (event == VORN_INSTANCES_ADDED ? "+" : "-") + std::string(vorn_instance_get_name(instance));
+        EXPECT_STREQ(static_cast<const char *>(data), "data");
+        return 1;
+      },
+      const_cast<char *>("data"));
+  vorn_instance *radio = add(all, "radio", "r");
+  vorn_instance *rule = add(all, "rule", "g");
+  add(all, "rule", "g");
+  for (const char *cls : {"radio", "rule"}) {
+    vorn_instance *equal = make(cls, cls == std::string("radio") ? "r" : "g");
+    EXPECT_EQ(vorn_instances_remove(all, equal), 1);
+    vorn_instance_delete(equal);
+  }
+  EXPECT_EQ(add(all, "radio", "r"), nullptr);
+  EXPECT_EQ(events, "+r+g+g");
+  vorn_instances_remove(all, radio);
+  vorn_instances_remove(all, rule);
+  EXPECT_EQ(vorn_instances_remove(all, rule), 1);
+  EXPECT_EQ(events, "+r+g+g-r-g");
+  EXPECT_EQ(all_names(all), "rule:g");
+  vorn_instance_delete(radio);
+  vorn_instance_delete(rule);
+}
+
+TEST_F(Instances, WholeClassesLeaveWithOrWithoutTheirInstances) {
+  vorn_instances_set_listener(
+      all,
+      [](vorn_instance *, int event, void *) { return event == VORN_INSTANCES_REMOVED ? abort(), 0 : 0; },
+      nullptr);
+  vorn_instance *kept[] = {add(all, "rule", "g"), add(all, "rule", "g"), add(all, "server")};
+  add(all, "wire", "w");
+  EXPECT_EQ(vorn_instances_remove_class(all, "rule"), 0);
+  EXPECT_EQ(vorn_instances_remove_class(all, "server"), 0);
+  EXPECT_EQ(vorn_instances_delete_class(all, "port"), 0); // an abstract class has no instances of its own
+  EXPECT_EQ(all_names(all), "wire:w");
+  EXPECT_EQ(vorn_instances_delete_class(all, "wire"), 0);
+  EXPECT_EQ(vorn_instances_delete_class(all, "wire"), 0);
+  EXPECT_EQ(vorn_instances_delete_class(all, "nothing"), 1);
+  EXPECT_EQ(vorn_instances_is_empty(all), 1);
+  for (vorn_instance *instance : kept) EXPECT_EQ(vorn_instance_delete(instance), 0); // still there
+}
+
+TEST_F(Instances, CopyIsDeepAndKeepsTheOrder) {
+  add(all, "rule", "g1", {{"action", "1"}});
+  add(all, "system", nullptr, {{"host", "h"}});
+  for (const char *name : {"g2", "g1"}) add(all, "rule", name);
+  add(all, "server", nullptr, {{"address", "1"}});
+  add(all, "server", nullptr, {{"address", "2"}});
+  for (const char *name : {"b", "a"}) add(all, "radio", name);
+  const vorn::OwnedInstances copy(vorn_instances_copy(all));
+  const auto text = [](const vorn_instances *instances) {
+    return printed([&](FILE *out) { vorn_instances_print(instances, out); });
+  };
+  EXPECT_EQ(text(copy.get()), text(all));
+  vorn_instance_set_value(vorn_instances_get_singleton(copy.get(), "system"), "host", "other");
+  EXPECT_STREQ(vorn_instance_get_value(vorn_instances_get_singleton(all, "system"), "host"), "h");
+}
+
+TEST_F(Instances, ContainerOfReferencesLeavesTheInstances) {
+  vorn_instance *radio = add(all, "radio", "r");
+  vorn_instances *references = vorn_instances_new();
+  EXPECT_EQ(vorn_instances_add(references, radio), 0);
+  vorn_instances_delete(references);
+  EXPECT_STREQ(vorn_instance_get_name(vorn_instances_get(all, "radio", "r")), "r");
+}
+
+} // namespace

@@ -1,0 +1,91 @@
+#include "client.hpp"
+
+#include "commands.hpp"
+#include "failure.hpp"
+
+namespace lsql {
+
+namespace {
+
+/// Something the client does, chosen by the first operand.
+struct Command {
+  const char *name;
+  const char *options; // the letters of those it takes
+  const char *usage;
+  int (*run)(const Options &, const Surroundings &);
+};
+
+constexpr Command commands[] = {
+    {"watch", "nT", "lsql watch [-n N]                print change notifications as they come", watch},
+};
+
+/// What is done when the first operand names no command.
+constexpr Command request_command = {"request", "trfeT",
+                                     "lsql [OPTION]... [REQUEST]       send an LSQL request, print the reply",
+                                     send_request};
+
+constexpr const char *notes = R"(
+Without REQUEST or FILE the request is read from the standard input.
+
+The agent takes every node of a request as meant, so blank text or a comment
+between two elements would be an error. Both are therefore dropped from a
+request that is read from a file or the standard input. Text inside an element
+that has no child elements is a value: it is kept, even when it is blank. A
+request on the command line, one that is not well-formed XML (but for a newline
+at its end), and any request with --exact are sent unchanged.
+
+Exit status:
+  0  done; every operation of the request succeeded
+  1  the agent reported an error, or gave no reply or one that makes no sense
+  2  wrong usage; nothing was sent
+  3  the agent cannot be reached, did not answer in time, or ended a watch
+)";
+
+std::string help() {
+  std::string text = std::string("Usage: ") + request_command.usage + '\n';
+  for (const Command &command : commands) text += std::string("       ") + command.usage + '\n';
+  return text + '\n' + options_help() + notes;
+}
+
+const Command &command_of(const Options &options) {
+  if (!options.operands.empty())
+    for (const Command &command : commands)
+      if (options.operands[0] == command.name) return command;
+  return request_command;
+}
+
+void refuse_foreign_options(const Command &command, const Options &options) {
+  const std::size_t foreign = options.given.find_first_not_of(command.options);
+  if (foreign == std::string::npos) return;
+  throw Failure(EXIT_USAGE,
+                std::string("-") + options.given[foreign] + " does not go with this command; try --help");
+}
+
+int run_command(const Options &options, const Surroundings &surroundings) {
+  if (options.help) {
+    surroundings.out << help();
+    return EXIT_DONE;
+  }
+  if (options.version) {
+    surroundings.out << "lsql " LSQL_VERSION "\n";
+    return EXIT_DONE;
+  }
+  const Command &command = command_of(options);
+  refuse_foreign_options(command, options);
+  return command.run(options, surroundings);
+}
+
+} // namespace
+
+int run_client(int argc, char *const argv[], const Surroundings &surroundings) {
+  try {
+    const int status = run_command(parse_options(argc, argv), surroundings);
+    if (!surroundings.out.flush()) throw Failure(EXIT_REFUSED, "cannot write the output");
+    return status;
+  } catch (const Failure &failure) {
+    surroundings.err << "lsql: " << failure.what() << '\n';
+    return failure.status();
+  }
+}
+
+} // namespace lsql

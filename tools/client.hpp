@@ -1,0 +1,24 @@
+// The client as a whole, apart from the process that it runs in.
+#pragma once
+
+#include "connection.hpp"
+
+#include <istream>
+#include <ostream>
+
+namespace lsql {
+
+/// What the client talks to.
+struct Surroundings {
+  Endpoint local;         // LSQL, one request a connection
+  Endpoint tcp;           // LSQL, over TCP
+  Endpoint notifications; // the agent's announcements of changes
+  std::istream &in;
+  std::ostream &out;
+  std::ostream &err;
+};
+
+/// Does what the command line asks for and returns the exit status. Failures are reported on `err`.
+int run_client(int argc, char *const argv[], const Surroundings &surroundings);
+
+} // namespace lsql
