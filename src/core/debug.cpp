@@ -58,7 +58,7 @@ int set_flag(int &flag, int on) {
 
 void vorn_debug_init() noexcept {
   if (stream) return;
-  stream = fopen("/dev/console", "w");
+  stream = fopen("/dev/console", "we");
   if (!stream) stream = stderr;
 }
 

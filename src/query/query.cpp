@@ -18,6 +18,7 @@ void log_document(const char *what, bool passive, const XmlDocument &document) {
   if (vorn_debug_get() < (passive ? 2 : 1)) return;
   vorn_debug_printf("LSQL %s%s:\n", what, passive ? " (passive)" : "");
   xmlDocDump(vorn_debug_get_stream(), document.get());
+  fflush(vorn_debug_get_stream());
 }
 
 XmlDocument parse(const char *request) {

@@ -1,3 +1,4 @@
+#include "commit/provider.hpp"
 #include "commit/providers.h"
 #include "common/log.hpp"
 #include "common/schema.hpp"
@@ -95,6 +96,8 @@ TEST_F(Providers, RefuseInvalidAndRepeatedOnes) {
                         "vorn: Provider is invalid.\nvorn: Null provider.\n"
                         "vorn: Provider with name \"a\" already in providers.\nvorn: Null name.\n");
   EXPECT_NE(vorn_providers_get("a"), again);
+  delete empty; // what was refused is still the caller's
+  delete again;
 }
 
 TEST_F(Providers, SeeBeforeAfterChangesAndTheActionsOfEarlierOnes) {

@@ -1,0 +1,40 @@
+/* Tables instead of calls: a plugin lists its classes and properties, and these functions declare them to the
+ * agent. All return 0, or 1 with the reason logged. */
+#ifndef ACCESS_POINT_DECLARE_H
+#define ACCESS_POINT_DECLARE_H
+
+#include <vorn.h>
+
+/* What a property is for. */
+enum use {
+  SETTING,  /* clients write it, the configuration file keeps it */
+  REQUIRED, /* as above, and no instance is without it */
+  FIXED,    /* given when the instance is inserted, never changed afterwards, kept in the file */
+  LIVE      /* read from the system: clients only read it, the file does not have it */
+};
+
+struct property_row {
+  const char *name;
+  enum use use;
+  vorn_property_is_valid_fn is_valid; /* may be null for a LIVE one only */
+};
+
+struct class_row {
+  const char *name;
+  unsigned type;          /* VORN_CLASS_* */
+  const char *superclass; /* null: none */
+  const char *identifier; /* names the subclass identifier of an abstract class, else null */
+  vorn_class_instance_validate_fn is_instance_valid; /* null: every instance is good */
+  const struct property_row *properties;             /* ended by a row without a name */
+};
+
+/* Asks the agent whether it knows this version of the interface; a plugin that gets 0 must declare nothing.
+ */
+int plugin_is_accepted(void);
+
+int declare_class(const struct class_row *row);
+
+/* Either function may be null, but not both. */
+int declare_provider(const char *name, vorn_provider_commit_fn commit, vorn_provider_refresh_fn refresh);
+
+#endif

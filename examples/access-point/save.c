@@ -1,0 +1,41 @@
+/* The plugin that makes every change survive a reboot. It has no classes: whoever leaves it out gets a device
+ * on which changes are tried until the next start. */
+#include "commits.h"
+#include "declare.h"
+
+/* What a start has just read would be written back as it was, wearing the flash and telling the subscribers
+ * of a change that was none. An empty collection alone does not make a start: clients may delete everything,
+ * and what they insert then must be saved. But they have made requests, which the agent counts. */
+static int device_starts(vorn_commit_info *info) {
+  return commit_starts_from_nothing(info) && vorn_query_transaction_number == 0;
+}
+
+/* A request also commits when its condition has matched no instance. */
+static int anything_changed(vorn_changes *changes) {
+  int changed = 0;
+  vorn_classes_iterator *it = vorn_classes_new_iterator();
+  while (!changed && vorn_classes_iterator_has_next(it))
+    changed = vorn_changes_contains_class(changes, vorn_class_get_name(vorn_classes_iterator_next(it)));
+  vorn_classes_delete_iterator(it);
+  return changed;
+}
+
+static int commit(vorn_commit_info *info) {
+  if (device_starts(info) || !anything_changed(vorn_commit_info_get_changes(info))) return 0;
+  return vorn_config_copy_running_to_startup();
+}
+
+/* Saving comes last: subscribers are told then, and what they are told of has taken effect. A provider that
+ * is missing does no harm in the order. */
+static int come_last(void) {
+  static const char *const others[] = {"system", "interfaces", "syslog"};
+  for (size_t i = 0; i < sizeof others / sizeof others[0]; i++)
+    if (vorn_providers_order(others[i], "save") != 0) return 1;
+  return 0;
+}
+
+int vorn_plugin_init(void) {
+  if (!plugin_is_accepted()) return 1;
+  if (come_last() != 0) return 1;
+  return declare_provider("save", commit, NULL);
+}

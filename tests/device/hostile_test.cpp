@@ -1,0 +1,202 @@
+// Clients that stall, lie, flood or vanish: the next one is served all the same.
+#include "device/agent.hpp"
+
+#include <chrono>
+#include <csignal>
+#include <gtest/gtest.h>
+#include <memory>
+#include <random>
+#include <vector>
+
+namespace {
+
+using namespace vorn::test;
+using std::string;
+
+const string select_host = "<lsql><select><system><host/></system></select></lsql>";
+
+struct Hostile : testing::Test {
+  static void SetUpTestSuite() {
+    prepare_device({"plugin.so"}, "<config><system><host>ap</host></system></config>");
+    agent = std::make_unique<Agent>();
+    lsql("<select><system/></select>");
+    // A reply of some megabytes for who does not take it.
+    const string text(100000, 'x');
+    string radios;
+    for (int i = 0; i < 50; ++i)
+      radios += "<radio name=\"r" + std::to_string(i) + "\"><text>" + text + "</text></radio>";
+    EXPECT_EQ(lsql("<insert>" + radios + "</insert>"), "<rc>0</rc><counter>50</counter>");
+    descriptors = agent->descriptors();
+  }
+  static void TearDownTestSuite() {
+    agent->signal(SIGTERM);
+    EXPECT_EQ(agent->wait(), 0); // a sanitizer's complaints end it otherwise
+    agent.reset();
+  }
+  void TearDown() override {
+    expect_served();
+    EXPECT_TRUE(eventually([] { return agent->descriptors() <= descriptors; }, 30)) << "descriptors leak";
+  }
+
+  static void expect_served() {
+    EXPECT_NE(request(select_host).find("<host>ap</host>"), string::npos);
+    Connection client = Connection::tcp(8002);
+    client.send(select_host + terminator);
+    EXPECT_NE(client.receive(terminator).find("<host>ap</host>"), string::npos);
+  }
+  static std::unique_ptr<Agent> agent;
+  static int descriptors;
+};
+std::unique_ptr<Agent> Hostile::agent;
+int Hostile::descriptors;
+
+TEST_F(Hostile, LengthsThatLie) {
+  const struct {
+    string bytes;
+    bool answered;
+  } cases[] = {
+      {"", false},
+      {"\1", false},
+      {length_prefix(0) + select_host, false},
+      {length_prefix(0xffffffff), false},
+      {length_prefix(0x7fffffff) + select_host, false},
+      {length_prefix(1000) + select_host, true}, // what has come by the end of the stream is the request
+      {length_prefix(1000) + select_host.substr(0, 30), false},
+      {length_prefix(static_cast<unsigned>(select_host.size())) + select_host + "more", true},
+      {length_prefix(9) + select_host, false}, // the length counts
+      {length_prefix(1000) + select_host + string(1, '\0') + "<lsql/>", true},
+  };
+  for (const auto &c : cases) {
+    Connection client = Connection::local();
+    client.send(c.bytes);
+    client.end_sending();
+    EXPECT_EQ(client.receive().find("<host>ap</host>") != string::npos, c.answered) << c.bytes;
+  }
+}
+
+TEST_F(Hostile, ClientsThatStallOnEverySocket) {
+  std::vector<Connection> stalled;
+  for (int i = 0; i < 40; ++i) {
+    stalled.push_back(Connection::local());
+    stalled.back().send(i % 2 ? length_prefix(100) + "<ls" : "\1");
+  }
+  for (int i = 0; i < 7; ++i) {
+    stalled.push_back(Connection::tcp(8002));
+    stalled.back().send("<lsql>");
+  }
+  for (int i = 0; i < 60; ++i) stalled.push_back(Connection::tcp(8001)); // silent
+  expect_served();
+  // The youngest ones on the local socket are still waited for, and dropped when nothing more comes.
+  EXPECT_EQ(stalled[39].receive(), "");
+  EXPECT_TRUE(stalled[39].ended);
+}
+
+TEST_F(Hostile, ClientsThatNeverTakeTheirReply) {
+  const string all = "<lsql><select><radio properties=\"all\"/></select></lsql>";
+  std::vector<Connection> idle;
+  for (int i = 0; i < 4; ++i) {
+    idle.push_back(Connection::local());
+    idle.back().send(length_prefix(static_cast<unsigned>(all.size())) + all);
+    idle.push_back(Connection::tcp(8002));
+    idle.back().send(all + terminator + all + terminator);
+  }
+  const auto start = std::chrono::steady_clock::now();
+  expect_served();
+  // Nobody had to wait for them: they are dropped after ten seconds, the others were served before.
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(8));
+  EXPECT_TRUE(eventually([] { return agent->descriptors() <= descriptors; }, 30));
+  for (Connection &client : idle) { // cut off in the middle
+    EXPECT_FALSE(client.receive().ends_with("</lsql_result>\n"));
+    EXPECT_TRUE(client.ended);
+  }
+}
+
+TEST_F(Hostile, ASlowReaderGetsItsReplyWhole) {
+  Connection client = Connection::tcp(8002);
+  client.send("<lsql><select><radio properties=\"all\"/></select></lsql>" + string(1, terminator) +
+              select_host + terminator);
+  usleep(300000);
+  expect_served();
+  const string reply = client.receive(terminator);
+  EXPECT_GT(reply.size(), 5000000u);
+  EXPECT_NE(reply.find("<counter>50</counter>"), string::npos);
+  EXPECT_NE(client.receive(terminator).find("<host>ap</host>"),
+            string::npos); // the next one was not forgotten
+}
+
+TEST_F(Hostile, RequestsWithoutEnd) {
+  const string megabyte(1 << 20, 'x');
+  Connection local = Connection::local(), tcp = Connection::tcp(8002), noise = Connection::tcp(8002);
+  local.send(length_prefix(9 << 20));
+  EXPECT_EQ(local.receive(), "");
+  tcp.send("<");
+  for (int i = 0; i < 9; ++i) {
+    EXPECT_TRUE(tcp.send(megabyte));
+    EXPECT_TRUE(noise.send(megabyte));
+  }
+  for (Connection *client : {&tcp, &noise}) {
+    client->send(string(1, terminator) + select_host + terminator);
+    EXPECT_NE(client->receive(terminator).find("<host>ap</host>"), string::npos);
+  }
+  EXPECT_NE(Agent::log().find("too long"), string::npos);
+  EXPECT_NE(Agent::log().find("dropped"), string::npos);
+}
+
+TEST_F(Hostile, SubscribersThatNeverRead) {
+  Connection deaf = Connection::tcp(8001), listener = Connection::tcp(8001);
+  deaf.send("x");
+  listener.send("x");
+  usleep(100000);
+  const string value(20000, 'v');
+  string last;
+  for (int i = 0; i < 200; ++i) {
+    lsql("<update><radio name=\"r1\"><mode>" + value + std::to_string(i) + "</mode></radio></update>");
+    do // each listener that reads gets each message whole
+      last = listener.receive('\0');
+    while (!listener.ended && last.find("conf_changed") == string::npos);
+  }
+  EXPECT_NE(last.find("<conf_changed origin=\"test\">"), string::npos);
+  lsql("<update><radio name=\"r1\"><mode>n</mode></radio></update>");
+  string messages = deaf.receive_now();
+  for (string more; !(more = deaf.receive_now()).empty();) messages += more;
+  const size_t whole = messages.rfind('\0') + 1; // behind it the stream may still be on its way
+  size_t start = 0;
+  for (size_t end; start < whole; start = end + 1) {
+    end = messages.find('\0', start);
+    ASSERT_EQ(messages.compare(start, 21, "<?xml version=\"1.0\"?>"), 0) << "a message was cut";
+    ASSERT_EQ(messages[end - 1], '\n');
+  }
+}
+
+TEST_F(Hostile, RandomBytes) {
+  std::mt19937 random(20011); // the same ones each time
+  const string pieces[] = {"<lsql>",
+                           "</lsql>",
+                           "<select>",
+                           "<insert>",
+                           "<where>",
+                           "<eq>",
+                           "<radio name=\"",
+                           "\"/>",
+                           "&",
+                           "<!--",
+                           "<![CDATA[",
+                           "]]>",
+                           string(1, '\0'),
+                           string(1, terminator),
+                           "\xff",
+                           "<",
+                           "<!DOCTYPE lsql ["};
+  for (int round = 0; round < 300; ++round) {
+    string bytes;
+    for (auto left = random() % 40; left > 0; --left)
+      bytes += random() % 3 ? pieces[random() % std::size(pieces)] : string(1, static_cast<char>(random()));
+    Connection client = round % 3 == 0   ? Connection::local()
+                        : round % 3 == 1 ? Connection::tcp(8002)
+                                         : Connection::tcp(8001);
+    client.send(round % 3 == 0 ? length_prefix(static_cast<unsigned>(bytes.size())) + bytes : bytes);
+    if (random() % 2) client.end_sending();
+  } // and gone, with whatever was to come
+}
+
+} // namespace
