@@ -7,7 +7,7 @@ namespace lsql {
 
 namespace {
 
-/// Something the client does, chosen by the first operand.
+// Something the client does, chosen by the first operand.
 struct Command {
   const char *name;
   const char *options; // the letters of those it takes
@@ -19,7 +19,7 @@ constexpr Command commands[] = {
     {"watch", "nT", "lsql watch [-n N]                print change notifications as they come", watch},
 };
 
-/// What is done when the first operand names no command.
+// What is done when the first operand names no command.
 constexpr Command request_command = {"request", "trfeT",
                                      "lsql [OPTION]... [REQUEST]       send an LSQL request, print the reply",
                                      send_request};

@@ -1,5 +1,6 @@
 // The client as a whole, apart from the process that it runs in.
-#pragma once
+#ifndef LSQL_CLIENT_HPP
+#define LSQL_CLIENT_HPP
 
 #include "connection.hpp"
 
@@ -8,7 +9,7 @@
 
 namespace lsql {
 
-/// What the client talks to.
+// What the client talks to.
 struct Surroundings {
   Endpoint local;         // LSQL, one request a connection
   Endpoint tcp;           // LSQL, over TCP
@@ -18,7 +19,9 @@ struct Surroundings {
   std::ostream &err;
 };
 
-/// Does what the command line asks for and returns the exit status. Failures are reported on `err`.
+// Does what the command line asks for and returns the exit status. Failures are reported on `err`.
 int run_client(int argc, char *const argv[], const Surroundings &surroundings);
 
 } // namespace lsql
+
+#endif

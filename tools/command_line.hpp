@@ -1,5 +1,6 @@
 // The options of the command line.
-#pragma once
+#ifndef LSQL_COMMAND_LINE_HPP
+#define LSQL_COMMAND_LINE_HPP
 
 #include <chrono>
 #include <optional>
@@ -8,7 +9,7 @@
 
 namespace lsql {
 
-/// What the command line asks for.
+// What the command line asks for.
 struct Options {
   bool tcp = false;
   bool raw = false;
@@ -22,10 +23,12 @@ struct Options {
   std::string given; // the letters of all options given, so that a command can refuse those it does not take
 };
 
-/// Parses the command line; options may stand after operands. Throws Failure (EXIT_USAGE).
+// Parses the command line; options may stand after operands. Throws Failure (EXIT_USAGE).
 Options parse_options(int argc, char *const argv[]);
 
-/// One line for each option.
+// One line for each option.
 std::string options_help();
 
 } // namespace lsql
+
+#endif

@@ -1,16 +1,19 @@
 // The things that the client can be asked to do. Each returns the exit status or throws Failure.
-#pragma once
+#ifndef LSQL_COMMANDS_HPP
+#define LSQL_COMMANDS_HPP
 
 #include "client.hpp"
 #include "command_line.hpp"
 
 namespace lsql {
 
-/// Sends the request that the options name, and prints the reply.
+// Sends the request that the options name, and prints the reply.
 int send_request(const Options &options, const Surroundings &surroundings);
 
-/// Prints notifications as they come: until as many as asked for were printed or a signal asks to end, which
-/// are both success, or until the agent closes the connection, which is EXIT_UNREACHABLE.
+// Prints notifications as they come: until as many as asked for were printed or a signal asks to end, which
+// are both success, or until the agent closes the connection, which is EXIT_UNREACHABLE.
 int watch(const Options &options, const Surroundings &surroundings);
 
 } // namespace lsql
+
+#endif

@@ -23,7 +23,7 @@ Failure unreachable(const std::string &what, int error) {
   return {EXIT_UNREACHABLE, what + ": " + std::strerror(error)};
 }
 
-/// The time-out of the socket: blocking calls then end with EAGAIN.
+// The time-out of the socket: blocking calls then end with EAGAIN.
 void limit_waiting(int fd, std::chrono::milliseconds patience) {
   timeval limit{};
   limit.tv_sec = static_cast<time_t>(patience.count() / 1000);
@@ -34,7 +34,7 @@ void limit_waiting(int fd, std::chrono::milliseconds patience) {
 
 bool closed_by_peer(int error) { return error == EPIPE || error == ECONNRESET; }
 
-/// The failure for a send or a receive that ended with this error.
+// The failure for a send or a receive that ended with this error.
 Failure broken_off(int error) {
   if (error == EAGAIN || error == EWOULDBLOCK) return {EXIT_UNREACHABLE, "the agent did not answer in time"};
   return unreachable("the connection failed", error);

@@ -1,5 +1,6 @@
 // One request and its reply, on either of the agent's LSQL servers.
-#pragma once
+#ifndef LSQL_EXCHANGE_HPP
+#define LSQL_EXCHANGE_HPP
 
 #include "connection.hpp"
 
@@ -8,16 +9,18 @@
 
 namespace lsql {
 
-/// Sends the request to the local socket, its length before it, and returns the reply's bytes. The agent
-/// marks the reply's end by closing the connection. Throws Failure: EXIT_UNREACHABLE when there is no agent
-/// or it does not answer in time, EXIT_REFUSED when it closes without a reply, EXIT_USAGE when the length
-/// cannot be expressed.
+// Sends the request to the local socket, its length before it, and returns the reply's bytes. The agent
+// marks the reply's end by closing the connection. Throws Failure: EXIT_UNREACHABLE when there is no agent
+// or it does not answer in time, EXIT_REFUSED when it closes without a reply, EXIT_USAGE when the length
+// cannot be expressed.
 std::string exchange_local(const Endpoint &agent, const std::string &request,
                            std::chrono::milliseconds patience);
 
-/// Likewise over TCP, where a terminator byte ends the request and the reply; it is not part of the result.
-/// A request that holds the terminator is an EXIT_USAGE failure, a reply without it EXIT_REFUSED.
+// Likewise over TCP, where a terminator byte ends the request and the reply; it is not part of the result.
+// A request that holds the terminator is an EXIT_USAGE failure, a reply without it EXIT_REFUSED.
 std::string exchange_tcp(const Endpoint &agent, const std::string &request,
                          std::chrono::milliseconds patience);
 
 } // namespace lsql
+
+#endif

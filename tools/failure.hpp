@@ -1,5 +1,6 @@
 // How a run of the client ends: its exit statuses, and the exception that carries one with its message.
-#pragma once
+#ifndef LSQL_FAILURE_HPP
+#define LSQL_FAILURE_HPP
 
 #include <stdexcept>
 #include <string>
@@ -13,7 +14,7 @@ enum ExitStatus : int {
   EXIT_UNREACHABLE = 3, // no agent, or none that answers in time
 };
 
-/// Ends the run with a status, and with a message for the standard error.
+// Ends the run with a status, and with a message for the standard error.
 class Failure : public std::runtime_error {
 public:
   Failure(ExitStatus status, const std::string &message) : std::runtime_error(message), status_(status) {}
@@ -24,3 +25,5 @@ private:
 };
 
 } // namespace lsql
+
+#endif

@@ -18,7 +18,7 @@ bool has_elements(const xmlNode *first) {
   return false;
 }
 
-/// Works on a row of siblings and on all below it. The parser's limit of nesting bounds the recursion.
+// Works on a row of siblings and on all below it. The parser's limit of nesting bounds the recursion.
 bool drop_between(xmlNode *first, Layout what) {
   if (!has_elements(first)) return false;
   bool dropped = false;

@@ -18,7 +18,7 @@ bool is_zero(xmlNode *node) {
   return text != nullptr && xmlStrEqual(text.get(), reinterpret_cast<const xmlChar *>("0")) == 1;
 }
 
-/// Looks at the root's own children only: a class of the data set may have a property named "rc".
+// Looks at the root's own children only: a class of the data set may have a property named "rc".
 ExitStatus verdict_of_result(const xmlNode *root) {
   for (xmlNode *node = root->children; node != nullptr; node = node->next)
     if (is_named(node, "rc") && !is_zero(node)) return EXIT_REFUSED;
@@ -28,7 +28,7 @@ ExitStatus verdict_of_result(const xmlNode *root) {
 ExitStatus verdict_of_configuration(const xmlNode *) { return EXIT_DONE; }
 ExitStatus verdict_of_error(const xmlNode *) { return EXIT_REFUSED; }
 
-/// The documents that the agent answers with.
+// The documents that the agent answers with.
 struct Kind {
   const char *root;
   ExitStatus (*verdict)(const xmlNode *root);

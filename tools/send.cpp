@@ -8,8 +8,8 @@ namespace lsql {
 
 namespace {
 
-/// The request's text as it is to be sent. One that stands on the command line is sent as it is: whoever
-/// writes it there, most often a program, says exactly what is meant.
+// The request's text as it is to be sent. One that stands on the command line is sent as it is: whoever
+// writes it there, most often a program, says exactly what is meant.
 std::string request_text(const Options &options, std::istream &in) {
   if (options.operands.size() + (options.file ? 1 : 0) > 1)
     throw Failure(EXIT_USAGE, "more than one request; try --help");

@@ -11,8 +11,8 @@ namespace lsql {
 
 namespace {
 
-/// Takes the signals that ask to end as something to wait for, so that none is lost between looking and
-/// waiting. Restores the thread's signal mask.
+// Takes the signals that ask to end as something to wait for, so that none is lost between looking and
+// waiting. Restores the thread's signal mask.
 class EndSignals {
 public:
   EndSignals() : descriptor_(take(&before_)) {
@@ -46,7 +46,7 @@ private:
   Descriptor descriptor_;
 };
 
-/// Waits until the connection has something. Returns false when a signal asks to end instead.
+// Waits until the connection has something. Returns false when a signal asks to end instead.
 bool wait_for(const Connection &connection, const EndSignals &signals) {
   pollfd ready[] = {{signals.descriptor(), POLLIN, 0}, {connection.descriptor(), POLLIN, 0}};
   while (::poll(ready, 2, -1) < 0)
@@ -54,7 +54,7 @@ bool wait_for(const Connection &connection, const EndSignals &signals) {
   return ready[0].revents == 0;
 }
 
-/// Cuts the first message, which ends with a NUL byte, from the data. Returns false when it is not whole yet.
+// Cuts the first message, which ends with a NUL byte, from the data. Returns false when it is not whole yet.
 bool take_message(std::string &data, std::string &message) {
   const std::size_t end = data.find('\0');
   if (end == std::string::npos) return false;

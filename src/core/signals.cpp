@@ -25,6 +25,14 @@ void dump_state(int) {
   fflush(stream);
 }
 
+void reap_children(int) {
+  // Not connected yet: services that have ended.
+}
+
+void stop_watchdog(int) {
+  // Not connected yet: the watchdog.
+}
+
 [[noreturn]] void stop(int number) {
   // Not connected yet: stopping the services.
   kill(0, SIGTERM);
@@ -38,11 +46,11 @@ constexpr struct {
   void (*handle)(int number);
 } handlers[] = {
     {SIGWINCH, cycle_debug_level},
-    // Not connected yet: SIGCHLD, for services that have ended.
+    {SIGCHLD, reap_children},
     {SIGHUP, dump_state},
     {SIGTERM, stop},
     {SIGINT, stop},
-    // Not connected yet: SIGUSR1, which stops the watchdog.
+    {SIGUSR1, stop_watchdog},
 };
 
 void handle_from_loop(int number, void *, void *) {
