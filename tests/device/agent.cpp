@@ -118,25 +118,32 @@ bool Connection::send(const std::string &bytes) const {
 void Connection::end_sending() const { shutdown(socket_.get(), SHUT_WR); }
 
 std::string Connection::receive(int until) {
-  std::string text;
-  for (char byte; !ended;) {
-    const ssize_t count = recv(socket_.get(), &byte, 1, 0);
+  std::string text = std::exchange(unread_, {});
+  for (size_t searched = 0; !ended;) {
+    const size_t end = until < 0 ? std::string::npos : text.find(static_cast<char>(until), searched);
+    if (end != std::string::npos) {
+      unread_ = text.substr(end + 1);
+      text.resize(end + 1);
+      return text;
+    }
+    searched = text.size();
+    char buffer[65536];
+    const ssize_t count = recv(socket_.get(), buffer, sizeof buffer, 0);
     if (count < 0 && errno == EAGAIN) {
-      ADD_FAILURE() << "nothing came for 20 seconds behind: " << text;
+      ADD_FAILURE() << "nothing came for 20 seconds behind: " << text.substr(0, 1000);
       return text;
     }
     ended = count <= 0;
-    if (!ended) text += byte;
-    if (!ended && byte == until) break;
+    if (count > 0) text.append(buffer, static_cast<size_t>(count));
   }
   return text;
 }
 
-std::string Connection::receive_now() const {
+std::string Connection::receive_now() {
   usleep(100000);
   char buffer[65536];
   const ssize_t count = recv(socket_.get(), buffer, sizeof buffer, MSG_DONTWAIT);
-  return std::string(buffer, count > 0 ? static_cast<size_t>(count) : 0);
+  return std::exchange(unread_, {}).append(buffer, count > 0 ? static_cast<size_t>(count) : 0);
 }
 
 std::string length_prefix(unsigned length) {

@@ -59,12 +59,13 @@ public:
   // Reads until the end of the stream or, where given, through a byte. `ended` tells whether the stream did.
   std::string receive(int until = -1);
   // Reads what comes within a tenth of a second.
-  std::string receive_now() const;
+  std::string receive_now();
   bool ended = false;
 
 private:
   explicit Connection(int fd) : socket_(fd) {}
   Descriptor socket_;
+  std::string unread_; // received behind the byte that a call looked for
 };
 
 // A length prefix in the host's byte order.
