@@ -2,8 +2,8 @@
 #ifndef LSQL_REPLY_HPP
 #define LSQL_REPLY_HPP
 
-#include "layout.hpp"
 #include "failure.hpp"
+#include "layout.hpp"
 
 #include <string>
 

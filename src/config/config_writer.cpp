@@ -9,20 +9,29 @@
 
 namespace {
 
-// Whether the file can hold a property's value or, for null, the instance's name. One control character would make
-// the whole file unreadable at the next boot: what XML cannot carry is left out, alone, and reported.
-bool can_save(const vorn_instance &instance, const char *property, const char *text) {
-  if (vorn::xml_can_carry(text)) return true;
+// What XML cannot carry would make the whole file unreadable at the next boot: it is left out, alone, and
+// reported.
+bool leave_out(const vorn_instance &instance, const char *what, const char *property) {
   const char *name = instance.name.get() ? instance.name.get() : "(null)";
-  const char *class_name = instance.cls->name.c_str();
-  if (property)
-    vorn_debug_eprintf("The configuration file cannot hold property \"%s\" of instance \"%s\" of class \"%s\" - "
-                       "leaving it out.\n",
-                       property, name, class_name);
-  else
-    vorn_debug_eprintf("The configuration file cannot hold the name of instance \"%s\" of class \"%s\" - "
-                       "leaving it out.\n",
-                       name, class_name);
+  vorn_debug_eprintf(
+      "The configuration file cannot hold %s%s%s of instance \"%s\" of class \"%s\" - leaving it out.\n",
+      what, property, *property ? "\"" : "", name, instance.cls->name.c_str());
+  return false;
+}
+
+bool can_save_name(const vorn_instance &instance) {
+  const char *name = instance.name.get();
+  return !name || vorn::xml_can_carry(name) || leave_out(instance, "the name", "");
+}
+
+bool can_save_value(const vorn_instance &instance, const char *property, const char *value) {
+  return (vorn::is_xml_name(property) && vorn::xml_can_carry(value)) ||
+         leave_out(instance, "property \"", property);
+}
+
+bool can_save_class(const vorn_class &cls) {
+  if (vorn::is_xml_name(cls.name.c_str())) return true;
+  vorn_debug_eprintf("The configuration file cannot hold class \"%s\" - leaving it out.\n", cls.name.c_str());
   return false;
 }
 
@@ -34,12 +43,12 @@ bool is_saved(const vorn_instance &instance, const char *property_name) {
 // Returns false when memory has run out, as all here.
 bool write_instance(xmlNode *root, const vorn_class &cls, const vorn_instance &instance) {
   const char *name = instance.name.get();
-  if (name && !can_save(instance, nullptr, name)) return true;
+  if (!can_save_name(instance)) return true;
   xmlNode *element = vorn::add_element(root, cls.name.c_str());
   if (!element || (name && !vorn::set_attribute(element, "name", name))) return false;
   for (const auto &entry : *instance.values) {
     const char *value = entry.value.get();
-    if (!is_saved(instance, entry.name()) || !can_save(instance, entry.name(), value)) continue;
+    if (!is_saved(instance, entry.name()) || !can_save_value(instance, entry.name(), value)) continue;
     if (!vorn::add_element(element, entry.name(), value)) return false;
   }
   return true;
@@ -59,7 +68,7 @@ vorn::XmlDocument build_document(const vorn_instances &instances) {
   for (const auto &entry : vorn::classes()) {
     const vorn_class &cls = *entry.value;
     // Instances of a subclass are written as such of the class that it extends.
-    if (!cls.persistence || cls.superclass_name) continue;
+    if (!cls.persistence || cls.superclass_name || !can_save_class(cls)) continue;
     if (!write_class(xmlDocGetRootElement(document.get()), cls, instances)) return nullptr;
   }
   return document;

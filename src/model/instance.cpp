@@ -150,8 +150,10 @@ void vorn_instance_print(const vorn_instance *instance, FILE *stream) noexcept {
   if (!instance) return vorn_debug_eprintf("Instance is null.\n");
   const char *name = instance->name.get();
   fprintf(stream, "Instance name: %s\tclass: %s\n", name ? name : "n/a", instance->cls->name.c_str());
-  for (const auto &value : *instance->values)
-    fprintf(stream, "   %s =\t%s\n", value.name(), value.value.get());
+  for (const auto &entry : *instance->values) {
+    const char *value = entry.value.get();
+    fprintf(stream, "   %s =\t%s\n", entry.name(), value ? value : "");
+  }
 }
 
 int vorn_instance_set_listener(vorn_instance *instance, vorn_instance_listener_fn fn, void *data) noexcept {

@@ -28,7 +28,8 @@ VORN_API vorn_property *vorn_property_clone(const vorn_property *property) VORN_
 /* Returns the name, which stays the property's. */
 VORN_API const char *vorn_property_get_name(const vorn_property *property) VORN_NOEXCEPT;
 
-/* Lets clients read the property (nonzero) or not. */
+/* Marks the property as one that clients read (nonzero) or not. Listings show it; a select returns every
+ * property all the same. */
 VORN_API int vorn_property_set_readable(vorn_property *property, int readable) VORN_NOEXCEPT;
 
 /* Lets clients write the property (nonzero) or not. A subclass identifier is never writable. */

@@ -4,6 +4,7 @@
 #include "wexa.h"
 #include <cstdint>
 #include <cstring>
+#include <libxml/parserInternals.h>
 
 namespace {
 
@@ -70,13 +71,16 @@ const char *element_text(const xmlNode &element) noexcept {
 
 bool xml_can_carry(const char *text) noexcept {
   const auto *bytes = reinterpret_cast<const unsigned char *>(text);
+  const auto *const start = bytes;
   while (*bytes) {
     const Decoded next = decode(bytes);
     if (next.length == 0 || !is_xml_character(next.character)) return false;
     bytes += next.length;
   }
-  return true;
+  return bytes - start < XML_MAX_TEXT_LENGTH;
 }
+
+bool is_xml_name(const char *name) noexcept { return xmlValidateName(xml_text(name), 0) == 0; }
 
 xmlNode *add_element(xmlNode *parent, const char *name, const char *value) noexcept {
   if (!value) return xmlNewChild(parent, nullptr, xml_text(name), nullptr);

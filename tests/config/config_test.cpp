@@ -188,7 +188,12 @@ TEST_F(Config, WhatXmlCannotCarryIsLeftOutAlone) {
   for (const char *text :
        {"\x01", "\x7f\x80", "\xc0\x80", "\xed\xa0\x80", "\xf4\x90\x80\x80", "a\xe2\x82", "\xef\xbf\xbf"})
     EXPECT_FALSE(vorn::xml_can_carry(text)) << text;
+  EXPECT_FALSE(vorn::xml_can_carry(std::string(10000000, 'x').c_str())); // libxml2 would not read it again
+  for (const char *name : {"", "a b", "11n", "a<"}) EXPECT_FALSE(vorn::is_xml_name(name)) << name;
+  EXPECT_TRUE(vorn::is_xml_name("rx-bytes.5_größe"));
+  vorn_class_resolve(add_class("a b", VORN_CLASS_SINGLETON, {}));
   vorn::set_running(vorn_instances_new());
+  add(vorn_config_get_running(), "a b");
   add(vorn_config_get_running(), "radio", "r", {{"mode", "\x01"}, {"power", "1"}});
   add(vorn_config_get_running(), "radio", "\xff");
   add(vorn_config_get_running(), "radio", "s");
@@ -197,10 +202,11 @@ TEST_F(Config, WhatXmlCannotCarryIsLeftOutAlone) {
             "vorn: The configuration file cannot hold property \"mode\" of instance \"r\" of class "
             "\"radio\" - leaving it out.\n"
             "vorn: The configuration file cannot hold the name of instance \"\xff\" of class \"radio\" - "
-            "leaving it out.\n");
+            "leaving it out.\n"
+            "vorn: The configuration file cannot hold class \"a b\" - leaving it out.\n");
   vorn_instances_delete_all(vorn_config_get_running());
   vorn::set_running(nullptr);
-  EXPECT_EQ(load(text), "radio:r,radio:s,system");
+  EXPECT_EQ(load(text), "radio:r,radio:s,system,a b");
   EXPECT_STREQ(value("radio", "r", "power"), "1");
 }
 

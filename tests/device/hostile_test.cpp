@@ -143,7 +143,8 @@ TEST_F(Hostile, RequestsWithoutEnd) {
 }
 
 TEST_F(Hostile, SubscribersThatNeverRead) {
-  lsql("<delete><radio/></delete><insert><radio name=\"r1\"/></insert>"); // each update is saved: let that be quick
+  lsql("<delete><radio/></delete><insert><radio name=\"r1\"/></insert>"); // each update is saved: let that be
+                                                                          // quick
   Connection deaf = Connection::tcp(8001), listener = Connection::tcp(8001);
   deaf.send("x");
   listener.send("x");

@@ -1,0 +1,77 @@
+#!/usr/bin/env bash
+# first_plugin.sh STAGE: the plugins of docs/plugins.md build against the headers of the agent installed in STAGE, need
+# nothing that it does not export, and do on a private device what the page shows. Exit status 77 if there can be no
+# device here.
+set -euo pipefail
+
+stage=$(realpath -- "$1")
+top=$(realpath -- "$(dirname -- "${BASH_SOURCE[0]}")/../..")
+work=$(mktemp -d)
+trap 'rm -rf -- "$work"' EXIT
+
+fail() {
+  printf 'first_plugin: %s\n' "$1" >&2
+  exit 1
+}
+
+blocks() { # blocks LANGUAGE FIRST LAST: the page's code blocks of that language, by number
+  awk -v language="$1" -v first="$2" -v last="$3" '
+    /^```/ { inside = !inside && $0 == "```" language; if (inside) number++; next }
+    inside && number >= first && number <= last' "$top/docs/plugins.md"
+}
+
+# ---- Each plugin builds and finds its functions ----
+
+exported() { nm -D --defined-only -- "$1" | awk '{ print $NF }' | sort; }
+
+needed() { nm -D --undefined-only -- "$1" | awk '$NF ~ /^(vorn_|VORN_|eloop_)/ { print $NF }' | sort; }
+
+check_plugin() { # check_plugin NAME: NAME.c becomes NAME.vorn
+  local missing
+  "${CC:-cc}" -std=c99 -Wall -Wextra -Wpedantic -Werror -shared -fPIC -I "$stage/usr/include/vorn" \
+    -o "$work/$1.vorn" "$work/$1.c" || fail "$1 does not compile."
+  exported "$work/$1.vorn" | grep -qx vorn_plugin_init || fail "$1 does not export vorn_plugin_init."
+  [[ -n $(needed "$work/$1.vorn") ]] || fail "$1 calls nothing of the agent."
+  missing=$(comm -23 <(needed "$work/$1.vorn") <(exported "$stage/usr/sbin/vorn"))
+  [[ -z $missing ]] || fail "the agent does not export what $1 needs: $missing"
+}
+
+blocks c 1 1 >"$work/first.c"
+blocks c 2 99 >"$work/second.c"
+check_plugin first
+check_plugin second
+
+# ---- Each does what the page shows ----
+
+# A session of the page as a script that prints what it runs. A slow machine needs longer than the page's pause.
+session() {
+  local line
+  printf '%s\n' '#!/usr/bin/env bash' "PATH=/usr/bin:/usr/sbin:\$PATH"
+  while IFS= read -r line; do
+    [[ $line == '# '* ]] || continue
+    printf 'printf "%%s\\n" %q\n%s\n' "$line" "${line#'# '}"
+    if [[ $line == '# vorn'* ]]; then
+      # shellcheck disable=SC2016 # it is for the session
+      echo 'for ((i = 0; i < 600; i++)); do [[ -e /var/run/vorn.pid ]] && break; sleep 0.1; done'
+    fi
+  done
+}
+
+run_session() { # run_session NUMBER NAME: with the plugin NAME alone
+  local place=$work/$2
+  mkdir -- "$place"
+  cp -R -- "$stage" "$place/root"
+  rm -f -- "$place/root/usr/lib/vorn/plugins"/*
+  cp -- "$work/$2.vorn" "$place/root/usr/lib/vorn/plugins/"
+  blocks console "$1" "$1" >"$place/page"
+  session <"$place/page" >"$place/session"
+  chmod +x "$place/session"
+  cd -- "$place"
+  "$top/scripts/device" --root "$place/root" -- "$place/session" >seen 2>&1 || fail "session $1: $(<seen)"
+  # Some of the agent's lines end with a carriage return, which no page shows.
+  diff -- page <(tr -d '\r' <seen) || fail "what the page shows (<) is not what happens (>)."
+}
+
+"$top/scripts/device" --check || exit # with 77
+run_session 1 first
+run_session 2 second
