@@ -47,21 +47,23 @@ bool snapshot(vorn_changes &changes) {
   return true;
 }
 
-void listen_to_instances(const vorn_changes &changes, vorn_changes *listener) {
+// Gives the instances back to the outer recorder, if there is one.
+void give_instances_back(const vorn_changes &changes) {
   vorn_instances_iterator it(*changes.watched);
   while (it.has_next()) {
     vorn_instance *instance = it.next();
-    const Record *record = listener ? listener->record(instance) : nullptr;
+    const Record *record = changes.outer ? changes.outer->record(instance) : nullptr;
     // Instances that were inserted have no listener: what they carried when they were added is their change.
     const bool listens = record && record->before;
-    vorn_instance_set_listener(instance, listens ? instance_changed : nullptr, listener);
+    vorn_instance_set_listener(instance, listens ? instance_changed : nullptr, changes.outer);
   }
 }
 
 void start_listening(vorn_changes &changes) {
   if (changes.watched->listener == instances_changed)
     changes.outer = static_cast<vorn_changes *>(changes.watched->listener_data);
-  listen_to_instances(changes, &changes);
+  vorn_instances_iterator it(*changes.watched);
+  while (it.has_next()) vorn_instance_set_listener(it.next(), instance_changed, &changes);
   vorn_instances_set_listener(changes.watched, instances_changed, &changes);
 }
 
@@ -79,7 +81,7 @@ void stop_listening(vorn_changes &changes) {
     inner->outer = changes.outer; // freed out of turn: the others go on
     return;
   }
-  listen_to_instances(changes, changes.outer);
+  give_instances_back(changes);
   vorn_instances_set_listener(changes.watched, changes.outer ? instances_changed : nullptr, changes.outer);
 }
 
