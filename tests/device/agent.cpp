@@ -32,9 +32,9 @@ bool exists(const std::string &path) { return access(path.c_str(), F_OK) == 0; }
 
 void prepare_device(std::initializer_list<const char *> plugins, const std::string &config) {
   const std::string from = getenv("VORN_TEST_PLUGINS");
-  std::string command =
-      "mkdir -p /usr/lib/vorn/plugins /etc/config && : > /dev/console && rm -rf "
-      "/usr/lib/vorn/plugins/* /etc/config/* /etc/rebuild /tmp/* /var/log/*.log /var/run/vorn.pid";
+  std::string command = "mkdir -p /usr/lib/vorn/plugins /etc/config && : > /dev/console && rm -rf "
+                        "/usr/lib/vorn/plugins/* /etc/config/* /etc/rebuild /var/log/*.log /var/run/vorn.pid "
+                        "/tmp/commits /tmp/live /tmp/output /tmp/reply";
   for (const char *plugin : plugins) command += " && cp " + from + "/" + plugin + " /usr/lib/vorn/plugins/";
   ASSERT_EQ(system(command.c_str()), 0);
   if (!config.empty()) write_file(config_path, config);
