@@ -32,6 +32,7 @@ bool exists(const std::string &path) { return access(path.c_str(), F_OK) == 0; }
 
 void prepare_device(std::initializer_list<const char *> plugins, const std::string &config) {
   const std::string from = getenv("VORN_TEST_PLUGINS");
+  // By name: the repository itself may stand below /tmp.
   std::string command = "mkdir -p /usr/lib/vorn/plugins /etc/config && : > /dev/console && rm -rf "
                         "/usr/lib/vorn/plugins/* /etc/config/* /etc/rebuild /var/log/*.log /var/run/vorn.pid "
                         "/tmp/commits /tmp/live /tmp/output /tmp/reply";
