@@ -140,25 +140,6 @@ TEST_F(Changes, RecordersMayEndOutOfTurn) {
   EXPECT_EQ(changed("radio"), "radio:a");
 }
 
-TEST_F(Changes, RefuseWhatIsNotThere) {
-  EXPECT_EQ(vorn_changes_new(nullptr), nullptr);
-  EXPECT_EQ(log.take(), "vorn: vorn_changes_new: Null after.\n");
-  vorn_instance *stranger = make("radio", "r");
-  record();
-  EXPECT_EQ(vorn_changes_instance_updated(changes, stranger), 1);
-  EXPECT_EQ(vorn_changes_add_property(changes, stranger, "mode"), 1);
-  EXPECT_EQ(vorn_changes_instance_deleted(changes, stranger), 0);
-  EXPECT_EQ(vorn_changes_contains_instance(changes, stranger), 0);
-  EXPECT_EQ(vorn_changes_get_instance_before(changes, stranger), nullptr);
-  EXPECT_EQ(vorn_changes_instance_inserted(nullptr, stranger), 1);
-  vorn_instances_listener_fn listener = all->listener;
-  EXPECT_EQ(listener(stranger, 7, changes), 1);
-  EXPECT_EQ(log.take(), "vorn: instances_changed() for vorn_changes: Unidentified action request.\n");
-  vorn_instance_delete(stranger);
-  EXPECT_EQ(printed([&](FILE *out) { vorn_changes_print(changes, out); }),
-            "Changed (updated or inserted) instances:\n\nDeleted instances:\n\n");
-}
-
 TEST(Actions, MatchWholeStringsAndErrOnTheSideOfActing) {
   vorn_debug_set(1);
   Log log;

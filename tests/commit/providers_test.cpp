@@ -179,19 +179,4 @@ TEST_F(RefreshInfo, CoversSubclassesUnderTheNameOfTheirSuperclassOnly) {
   EXPECT_EQ(vorn_refresh_info_contains_property(info, wire.get(), "speed"), 0);
 }
 
-TEST_F(RefreshInfo, PrintsWhatIsAskedFor) {
-  const auto text = [&] { return printed([&](FILE *out) { vorn_refresh_info_print(info, out); }); };
-  EXPECT_EQ(text(), "Refresh info:\n  No classes to refresh.\n");
-  vorn_refresh_info_add_property(info, "radio", "r", "mode");
-  vorn_refresh_info_add_property(info, "radio", "r", "power");
-  vorn_refresh_info_add_instance(info, "radio", "s");
-  vorn_refresh_info_add_all_properties(info, "radio", nullptr);
-  vorn_refresh_info_add_property(info, "radio", "s", "mode"); // every instance has all of them already
-  EXPECT_EQ(text(), "Refresh info:\n  Class radio:\n    Named instances:\n"
-                    "      Instance r: Properties: mode power.\n      Instance s: Properties: None.\n"
-                    "    Every instance: Properties: All.\n");
-  EXPECT_EQ(printed([](FILE *out) { vorn_refresh_info_print(nullptr, out); }),
-            "Refresh info:\n  Null info.\n");
-}
-
 } // namespace

@@ -219,14 +219,4 @@ TEST_F(Config, WithoutARunningConfigurationNothingIsWritten) {
   EXPECT_EQ(text, "kept");
 }
 
-TEST_F(Config, ReplacingFreesTheOldOneOnly) {
-  vorn_instances *first = vorn_instances_new(), *second = vorn_instances_new();
-  add(first, "radio", "r");
-  EXPECT_EQ(vorn_config_replace_running(first), first);
-  EXPECT_EQ(vorn_config_replace_running(nullptr), first);
-  EXPECT_EQ(vorn_config_replace_running(first), first);
-  EXPECT_EQ(all_names(first), "radio:r");
-  EXPECT_EQ(vorn_config_replace_running(second), second);
-}
-
 } // namespace

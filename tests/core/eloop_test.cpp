@@ -104,26 +104,6 @@ TEST_F(Eloop, RemovingAReaderEndsThePassButNotTheOthersTurn) {
   EXPECT_EQ(events, "atc"); // the timeout of the next pass comes before c's turn in it
 }
 
-TEST_F(Eloop, HandlersMayRegisterReaders) {
-  static const Pipe *pipes[20];
-  static int registered;
-  registered = 0;
-  const Pipe all[20];
-  for (int i = 0; i < 20; ++i) pipes[i] = &all[i];
-  static void (*next)(int, void *, void *) = [](int sock, void *, void *) {
-    char byte;
-    EXPECT_EQ(read(sock, &byte, 1), 1);
-    events += "r";
-    if (++registered < 20)
-      eloop_register_read_sock(pipes[registered]->in.get(), next, nullptr, nullptr);
-    else
-      eloop_terminate();
-  };
-  eloop_register_read_sock(pipes[0]->in.get(), next, nullptr, nullptr);
-  eloop_run();
-  EXPECT_EQ(events, std::string(20, 'r'));
-}
-
 TEST_F(Eloop, RefusesDescriptorsThatSelectCannotHold) {
   EXPECT_EQ(eloop_register_read_sock(-1, note_sock, nullptr, nullptr), -1);
   EXPECT_EQ(eloop_register_read_sock(FD_SETSIZE, note_sock, nullptr, nullptr), -1);
@@ -151,17 +131,6 @@ TEST_F(Eloop, IsWokenByASignalWhileItWaits) {
   ualarm(20000, 0);
   eloop_run();
   EXPECT_EQ(events, "");
-}
-
-TEST_F(Eloop, EndsWhenADescriptorHasGoneBad) {
-  int fd;
-  {
-    const Pipe pipe;
-    fd = pipe.in.get();
-    eloop_register_read_sock(fd, note_sock, nullptr, nullptr);
-  }
-  eloop_run();
-  EXPECT_EQ(eloop_terminated(), 0);
 }
 
 // A pair of connected sockets; the first one's reader is the test.

@@ -74,16 +74,4 @@ TEST(Socket, TcpListensOnLoopbackOnlyAndReportsATakenPort) {
             "vorn: Unable to bind to port " + std::to_string(port) + ": Address already in use\n");
 }
 
-TEST(Socket, SetsAndClearsNonBlocking) {
-  const Descriptor client(vorn_socket_get_udp());
-  EXPECT_TRUE(fcntl(client.get(), F_GETFD) & FD_CLOEXEC);
-  EXPECT_EQ(vorn_socket_set_nonblock(client.get()), 0);
-  EXPECT_TRUE(fcntl(client.get(), F_GETFL) & O_NONBLOCK);
-  EXPECT_EQ(vorn_socket_set_block(client.get()), 0);
-  EXPECT_FALSE(fcntl(client.get(), F_GETFL) & O_NONBLOCK);
-  Log log;
-  EXPECT_EQ(vorn_socket_set_block(-1), 1);
-  EXPECT_EQ(log.take(), "vorn: fcntl: Bad file descriptor\n");
-}
-
 } // namespace

@@ -99,25 +99,6 @@ TEST_F(Class, TakesOneIdentifierAndForcesItsFlags) {
   delete abstract;
 }
 
-TEST_F(Class, RefusesInvalidAndRepeatedProperties) {
-  vorn_class *cls = vorn_class_new("c");
-  vorn_property *property = vorn_property_new("p");
-  EXPECT_EQ(vorn_class_add_property(cls, property), 1);
-  EXPECT_NE(log.take().find("vorn: Property p of class c is not valid.\n"), std::string::npos);
-  vorn_property_set_is_valid_fn(property, not_bad);
-  EXPECT_EQ(vorn_class_add_property(cls, property), 0);
-  vorn_property *again = make_property("p");
-  EXPECT_EQ(vorn_class_add_property(cls, again), 1);
-  EXPECT_EQ(log.take(), ""); // a name that is taken is refused without a word
-  EXPECT_EQ(vorn_class_get_property(cls, "p"), property);
-  vorn_property_delete(again);
-  vorn_class *clone = vorn_class_clone(cls, "d");
-  EXPECT_NE(vorn_class_get_property(clone, "p"), property);
-  EXPECT_EQ(clone->abstract, -1);
-  delete clone;
-  delete cls;
-}
-
 TEST_F(Class, FindsAndListsTheSuperclassPropertiesOnceResolved) {
   vorn_class *sub = add_class("sub", VORN_CLASS_UNIQUE_NAMED, {"x", "y"}, "super");
   add_abstract_class("super", {"a"});
@@ -189,17 +170,6 @@ TEST_F(Classes, ReportWhatIsWrongWithEachInBothPasses) {
                         "vorn: Class \"child\" is invalid.\n");
   EXPECT_EQ(vorn_class_get_property(transient, "follows")->persistence, 0);
   EXPECT_EQ(vorn_class_get_property(transient, "open")->persistence, -1); // behind the one that failed
-}
-
-TEST_F(Classes, AreFoundAndListedInTheOrderOfAddition) {
-  EXPECT_EQ(vorn_classes_get("any"), nullptr);
-  EXPECT_EQ(vorn_classes_get(nullptr), nullptr);
-  for (const char *name : {"z", "a", "m"}) add_class(name, VORN_CLASS_ANONYMOUS, {});
-  std::string list;
-  auto *it = vorn_classes_new_iterator();
-  while (vorn_classes_iterator_has_next(it)) list += vorn_class_get_name(vorn_classes_iterator_next(it));
-  vorn_classes_delete_iterator(it);
-  EXPECT_EQ(list, "zam");
 }
 
 } // namespace

@@ -86,14 +86,6 @@ TEST_F(Instance, AsksTheValueCheckBeforeTheInstanceCheck) {
   EXPECT_EQ(asked, "vvivi");
 }
 
-TEST_F(Instance, TakesAnyValueWithoutACheckAndSaysSoAtLevelFive) {
-  const vorn::OwnedInstance wire(make("wire", "w"));
-  vorn_debug_set(5);
-  log.take();
-  EXPECT_EQ(vorn_instance_set_value(wire.get(), "type", "bad"), 0);
-  EXPECT_EQ(log.take(), "vorn: Property \"type\" of class \"wire\" does not have an is_valid function.\n");
-}
-
 TEST_F(Instance, CanBeSetToItsOwnValue) {
   const vorn::OwnedInstance radio(make("radio", "r", {{"mode", "some longer value that was allocated"}}));
   vorn_instance_set_value(radio.get(), "mode", vorn_instance_get_value(radio.get(), "mode"));
@@ -142,17 +134,6 @@ TEST_F(Instance, IsValidAsAWhole) {
   vorn_class_set_instance_validate_fn(cls, nullptr);
   vorn_instance_set_value(wire.get(), "speed", "1");
   EXPECT_EQ(reason(wire.get()), "valid");
-}
-
-TEST_F(Instance, StatusIsUpOnlyForExactlyThat) {
-  add_class("link", VORN_CLASS_ANONYMOUS, {"status"});
-  vorn_class_resolve(vorn_classes_get("link"));
-  const vorn::OwnedInstance link(make("link"));
-  EXPECT_EQ(vorn_instance_get_status(link.get()), 0);
-  for (const auto &[value, up] : {std::pair{"UP", 0}, {"up", 1}, {"up ", 0}}) {
-    vorn_instance_set_value(link.get(), "status", value);
-    EXPECT_EQ(vorn_instance_get_status(link.get()), up) << value;
-  }
 }
 
 } // namespace

@@ -171,12 +171,4 @@ TEST_F(Instances, CopyIsDeepAndKeepsTheOrder) {
   EXPECT_STREQ(vorn_instance_get_value(vorn_instances_get_singleton(all, "system"), "host"), "h");
 }
 
-TEST_F(Instances, ContainerOfReferencesLeavesTheInstances) {
-  vorn_instance *radio = add(all, "radio", "r");
-  vorn_instances *references = vorn_instances_new();
-  EXPECT_EQ(vorn_instances_add(references, radio), 0);
-  vorn_instances_delete(references);
-  EXPECT_STREQ(vorn_instance_get_name(vorn_instances_get(all, "radio", "r")), "r");
-}
-
 } // namespace

@@ -65,19 +65,4 @@ TEST(KeyedTable, TellsKeysApartByAllTheirBytes) {
   EXPECT_EQ(table.find("a")->value, 3);
 }
 
-TEST(KeyedTable, CopiesAndReorders) {
-  KeyedTable<int> table(2);
-  for (const char *name : {"c", "a", "b"}) table.insert(name, 1);
-  KeyedTable<int> copy(table);
-  copy.move_to_end(copy.find("c"));
-  copy.find("a")->value = 2;
-  EXPECT_EQ(order(table), "c a b ");
-  EXPECT_EQ(order(copy), "a b c ");
-  EXPECT_EQ(table.find("a")->value, 1);
-  table.clear();
-  EXPECT_EQ(order(table), "");
-  EXPECT_EQ(table.find("a"), nullptr);
-  EXPECT_NE(table.insert("a", 9), nullptr);
-}
-
 } // namespace

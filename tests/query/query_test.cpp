@@ -187,18 +187,6 @@ TEST_F(Query, AnElementWithoutChildrenBehindAnOperationIsPassedOver) {
             "<error>Incomplete lsql request.</error><rc>1</rc><counter>0</counter>");
 }
 
-TEST_F(Query, UpdateChangesRecordsAndCommits) {
-  EXPECT_EQ(eval("<update><radio name=\"a\"><mode>ac</mode><power/></radio></update>"), ok);
-  EXPECT_STREQ(value("radio", "a", "mode"), "ac");
-  EXPECT_STREQ(value("radio", "a", "power"), "");
-  EXPECT_EQ(commits, "[radio:a/]");
-  EXPECT_EQ(eval("<update><radio/></update><where>" + eq("mode", "n") + "</where>"),
-            ok); // counted, nothing set
-  EXPECT_EQ(commits, "[radio:a/][radio:b/]");
-  EXPECT_EQ(eval("<update><port><mtu>9000</mtu></port></update>"), ok);
-  EXPECT_STREQ(value("wire", "w", "mtu"), "9000");
-}
-
 TEST_F(Query, UpdateStopsAtItsFirstError) {
   const struct {
     const char *update, *error;
@@ -227,15 +215,6 @@ TEST_F(Query, ErrorTextsAreCutBetweenCharacters) {
   ASSERT_NE(start, std::string::npos);
   // In a result without an encoding, a character outside ASCII stands as a reference of 8 bytes.
   EXPECT_EQ((end - start - head.size()) / 8, (79 - strlen("Invalid properties=\"")) / 3);
-}
-
-TEST_F(Query, InsertTakesWhatIsWritableOrRequired) {
-  EXPECT_EQ(
-      eval("<insert><port name=\"n\"><type>air</type><channel>6</channel></port><rule name=\"g\"/><server/>"
-           "</insert>"),
-      "<rc>0</rc><counter>3</counter>");
-  EXPECT_STREQ(value("air", "n", "channel"), "6");
-  EXPECT_EQ(commits, "[air:n,rule:g,server/]");
 }
 
 TEST_F(Query, InsertRefuses) {
@@ -291,16 +270,6 @@ TEST_F(Query, BothPassesOfARequestOfThreeOperations) {
   EXPECT_EQ(eval(good + good + good), std::string(ok) + ok + ok);
   EXPECT_EQ(vorn_query_transaction_number, number + 6); // each operation in each pass
   EXPECT_EQ(commits, "[radio:a/]");
-}
-
-TEST_F(Query, APlainRequestThatEndsWithASelectCommitsNothing) {
-  const std::string update = "<update><system><host>new</host></system></update>";
-  const std::string select = "<select><system><host/></system></select>";
-  EXPECT_NE(eval(update + select).find("<host>new</host>"), std::string::npos);
-  EXPECT_EQ(commits, "");
-  EXPECT_NE(eval("<write-transaction>" + update + select + "</write-transaction>").find("new"),
-            std::string::npos);
-  EXPECT_EQ(commits, "[system/]");
 }
 
 TEST_F(Query, ATransactionAppliesAllOrNothing) {
@@ -382,11 +351,6 @@ TEST_F(Query, OriginOutlivesTheRequestAndCanBeProhibited) {
   EXPECT_EQ(eval(select), "<dataset/><rc>0</rc><counter>0</counter>");
 }
 
-TEST_F(Query, ActionRunsACommitWithoutChanges) {
-  EXPECT_EQ(vorn_query_action("p", "restart", nullptr, nullptr), 0);
-  EXPECT_EQ(commits, "[/]");
-}
-
 TEST_F(Query, SurvivesWithoutARunningConfiguration) {
   vorn_instances *kept = vorn_config_get_running();
   vorn::set_running(nullptr);
@@ -420,26 +384,6 @@ TEST_F(Query, SurvivesHostileDocuments) {
   EXPECT_STREQ(value("radio", "a", "mode"), "");
   EXPECT_EQ(eval("<update><radio name=\"b\"><mode>" + std::string(1000000, 'x') + "</mode></radio></update>"),
             ok);
-}
-
-TEST_F(Query, ValuesComeBackUnchanged) {
-  add(vorn_config_get_running(), "radio", "<&\">", {{"mode", "a&b<c>\"'"}, {"power", "\x01"}});
-  EXPECT_EQ(eval("<select><radio name=\"&lt;&amp;&quot;&gt;\" properties=\"all\"/></select>"),
-            "<dataset><radio "
-            "name=\"&lt;&amp;&quot;&gt;\"><mode>a&amp;b&lt;c&gt;\"'</mode><power/></radio></dataset>"
-            "<rc>0</rc><counter>1</counter>");
-}
-
-TEST_F(Query, IsLoggedWhileDebugging) {
-  vorn_debug_set(1);
-  log.take();
-  passive("<select><server/></select>");
-  EXPECT_EQ(log.take(), "");
-  eval("<select><server/></select>");
-  EXPECT_EQ(log.take(),
-            "vorn: LSQL query:\n<?xml version=\"1.0\"?>\n<lsql><select><server/></select></lsql>\n"
-            "vorn: LSQL result:\n<?xml version=\"1.0\"?>\n<lsql_result><dataset/><rc>0</rc>"
-            "<counter>0</counter></lsql_result>\n");
 }
 
 } // namespace
