@@ -30,7 +30,7 @@ static int wait_for(pid_t pid) {
 }
 
 /* Runs a program and returns as wait_for. No shell is involved, since values come from clients. Signals have
- * to wait until it has ended: while the agent starts, its handler for SIGCHLD collects every child at once,
+ * to wait until it has ended: while the agent starts, a handler for SIGCHLD may collect any child at once,
  * and with it the status that is waited for here. */
 static int run(const char *const argv[]) {
   sigset_t all, mask;
