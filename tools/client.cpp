@@ -16,13 +16,14 @@ struct Command {
 };
 
 constexpr Command commands[] = {
-    {"watch", "nT", "lsql watch [-n N]                print change notifications as they come", watch},
+    {"watch", "nT", "lsql watch [-n N]                  print change notifications as they come", watch},
+    {"inform", "T", "lsql inform OBJECT [KEY=VALUE]...  tell the agent what happened to an object", inform},
 };
 
 // What is done when the first operand names no command.
-constexpr Command request_command = {"request", "trfeT",
-                                     "lsql [OPTION]... [REQUEST]       send an LSQL request, print the reply",
-                                     send_request};
+constexpr Command request_command = {
+    "request", "trfeT", "lsql [OPTION]... [REQUEST]         send an LSQL request, print the reply",
+    send_request};
 
 constexpr const char *notes = R"(
 Without REQUEST or FILE the request is read from the standard input.
@@ -34,8 +35,11 @@ that has no child elements is a value: it is kept, even when it is blank. A
 request on the command line, one that is not well-formed XML (but for a newline
 at its end), and any request with --exact are sent unchanged.
 
+What inform sends is not encoded: no operand may contain "&". A value ends its
+operand, so it may contain "="; a key may be given once, and not be "object".
+
 Exit status:
-  0  done; every operation of the request succeeded
+  0  done; every operation of the request succeeded, or inform was answered OK
   1  the agent reported an error, or gave no reply or one that makes no sense
   2  wrong usage; nothing was sent
   3  the agent cannot be reached, did not answer in time, or ended a watch

@@ -14,6 +14,7 @@ struct Surroundings {
   Endpoint local;         // LSQL, one request a connection
   Endpoint tcp;           // LSQL, over TCP
   Endpoint notifications; // the agent's announcements of changes
+  Endpoint inform;        // word for the agent of what happened, one event a connection
   std::istream &in;
   std::ostream &out;
   std::ostream &err;

@@ -14,6 +14,10 @@ int send_request(const Options &options, const Surroundings &surroundings);
 // are both success, or until the agent closes the connection, which is EXIT_UNREACHABLE.
 int watch(const Options &options, const Surroundings &surroundings);
 
+// Tells the agent that something happened to the object that the operands name, and prints the answer.
+// EXIT_REFUSED when that is not "OK".
+int inform(const Options &options, const Surroundings &surroundings);
+
 } // namespace lsql
 
 #endif

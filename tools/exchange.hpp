@@ -1,4 +1,4 @@
-// One request and its reply, on either of the agent's LSQL servers.
+// One request and its reply, on one of the agent's servers.
 #ifndef LSQL_EXCHANGE_HPP
 #define LSQL_EXCHANGE_HPP
 
@@ -20,6 +20,12 @@ std::string exchange_local(const Endpoint &agent, const std::string &request,
 // A request that holds the terminator is an EXIT_USAGE failure, a reply without it EXIT_REFUSED.
 std::string exchange_tcp(const Endpoint &agent, const std::string &request,
                          std::chrono::milliseconds patience);
+
+// Sends the body to the local socket that takes word of events, its form's version and its length before it.
+// Returns the one line of the answer without the newline. Throws Failure as exchange_local does, and
+// EXIT_REFUSED for a line that does not end.
+std::string exchange_inform(const Endpoint &agent, const std::string &body,
+                            std::chrono::milliseconds patience);
 
 } // namespace lsql
 

@@ -11,6 +11,7 @@ int main(int argc, char *argv[]) {
     const lsql::Surroundings agent{lsql::local_endpoint("vorn_sock_lsql"),
                                    lsql::tcp_endpoint(8002),
                                    lsql::tcp_endpoint(8001),
+                                   lsql::local_endpoint("vorn_sock_inform"),
                                    std::cin,
                                    std::cout,
                                    std::cerr};

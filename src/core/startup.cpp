@@ -10,6 +10,7 @@
 #include "core/signals.hpp"
 #include "model/classes.h"
 #include "plugins/loader.hpp"
+#include "query/inform.h"
 #include "query/lsql_server.hpp"
 #include "query/notify.h"
 #include "query/socket_api.hpp"
@@ -116,7 +117,7 @@ void handle_backup() {
 }
 
 void open_interfaces() {
-  // Not connected yet: the inform interface.
+  check(vorn_inform_init() == 1, "Unable to initialize inform interface.");
   check(vorn_notify_init() == 1, "Unable to initialize notify interface.");
   vorn_lsql_init();
   check(vorn_socket_api_init() == 1, "Unable to initialize socket API.");

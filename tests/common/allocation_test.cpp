@@ -1,6 +1,8 @@
 // Each allocation of the main operations fails once: what was there stays as it was, and nothing leaks.
 #include "commit/changes.hpp"
+#include "commit/committer.hpp"
 #include "commit/provider.hpp"
+#include "commit/refresher.hpp"
 #include "common/allocation.hpp"
 #include "common/log.hpp"
 #include "common/schema.hpp"
@@ -8,9 +10,11 @@
 #include "config/running.hpp"
 #include "core/eloop.h"
 #include "core/outbox.hpp"
+#include "query/inform.hpp"
 #include "query/query.h"
 
 #include <fcntl.h>
+#include <functional>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 
@@ -115,6 +119,52 @@ TEST_F(Allocation, OfRecorders) {
 TEST_F(Allocation, OfProviders) {
   expect_all_or_nothing([] { return vorn_provider_new("a provider with a long name"); },
                         [](vorn_provider *provider) { delete provider; });
+}
+
+TEST_F(Allocation, OfCommittersRefreshersAndInforms) {
+  const std::unique_ptr<vorn_committer> own_committer(vorn_committer_new());
+  const std::unique_ptr<vorn_refresher> own_refresher(vorn_refresher_new("radio"));
+  vorn_committer *const committer = own_committer.get();
+  vorn_refresher *const refresher = own_refresher.get();
+  static int groups;
+  const std::function<bool()> attempts[] = {
+      [&] {
+        return vorn_committer_set_property_change_fn(
+                   committer, "a class with a long name", "property",
+                   [](vorn_instance *, const char *, const char *, const char *) { return 0; }) == 0;
+      },
+      [&] {
+        return vorn_refresher_set_property_fn(
+                   refresher, "a property with a long name",
+                   [](vorn_instance *, const char *, vorn_refresh_info *) { return ""; }) == 0;
+      },
+      [] { return vorn_inform_fn_add("an object with a long name", [] { return 0; }) == 0; },
+  };
+  vorn_inform_fn_add("first", [] { return 0; }); // makes the table
+  for (const auto &attempt : attempts) {
+    const long blocks = live_blocks;
+    EXPECT_GT(fail_each_allocation(attempt, [&] { EXPECT_EQ(live_blocks, blocks); }), 0);
+  }
+  fail_each_allocation(
+      [] {
+        try {
+          return *vorn::answer_inform_request("object=an object with a long name&key=value") == 'O';
+        } catch (const std::bad_alloc &) {
+          return false;
+        }
+      },
+      [] { EXPECT_EQ(vorn_inform_get_value("object"), nullptr); });
+  // A commit needs memory for nothing but to call a group once instead of too often.
+  vorn_committer_set_group_change_fn(
+      committer, "rule",
+      [](vorn_instances *, const char *, const char *, vorn_commit_info *) { return ++groups; });
+  vorn_changes *changes = vorn_changes_new(all);
+  for (const char *name : {"a", "a", "b"}) add(all, "rule", name);
+  vorn_commit_info *info = vorn_commit_info_new(nullptr, all, changes, nullptr, committer);
+  fail_each_allocation([&] { return groups = 0, vorn_committer_fn(info), groups == 2; },
+                       [] { EXPECT_EQ(groups, 3); });
+  vorn_commit_info_delete(info);
+  vorn_changes_delete(changes);
 }
 
 // A request that finds no memory gives no reply; the recorder is gone, and a transaction has changed nothing.

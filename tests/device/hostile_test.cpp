@@ -12,6 +12,7 @@ namespace {
 
 using namespace vorn::test;
 using std::string;
+using namespace std::string_literals;
 
 const string select_host = "<lsql><select><system><host/></system></select></lsql>";
 
@@ -74,9 +75,43 @@ TEST_F(Hostile, LengthsThatLie) {
   }
 }
 
+TEST_F(Hostile, InformsThatLie) {
+  const string version = length_prefix(0), good = "object=wan&state=up";
+  const auto whole = length_prefix(static_cast<unsigned>(good.size()));
+  const struct {
+    string bytes, answer;
+  } cases[] = {
+      {version + whole + good, "OK\n"},
+      {version + whole + good + "&state=bad", "OK\n"}, // the length counts
+      {version + length_prefix(1000) + good, "OK\n"},  // what has come by the end of the stream
+      {version + length_prefix(14) + good, "ERR returned by handler\n"},
+      {version + length_prefix(1000) + "object=wan\0&state=up"s, "ERR returned by handler\n"},
+      {version + length_prefix(1000) + "object=lan", "ERR no handler\n"},
+      {version + length_prefix(1000), "ERR no object parameter\n"},
+      {version + length_prefix(0) + good, ""},
+      {version + length_prefix(0xffffffff) + good, ""},
+      {length_prefix(1) + whole + good, ""},
+      {version + "\1", ""},
+      {"", ""},
+  };
+  Connection listener = Connection::tcp(8001), silent = Connection::local("vorn_sock_inform");
+  listener.send("x");
+  silent.send(version + "\1");
+  for (const auto &c : cases) {
+    Connection client = Connection::local("vorn_sock_inform");
+    client.send(c.bytes);
+    client.end_sending();
+    EXPECT_EQ(client.receive(), c.answer) << c.bytes;
+  }
+  EXPECT_NE(listener.receive('\0').find("wan"), string::npos); // the handler has acted
+  EXPECT_EQ(silent.receive(), "");
+  EXPECT_TRUE(silent.ended);
+}
+
 TEST_F(Hostile, ClientsThatStallOnEverySocket) {
   std::vector<Connection> stalled;
   for (int i = 0; i < 40; ++i) {
+    stalled.push_back(Connection::local("vorn_sock_inform"));
     stalled.push_back(Connection::local());
     stalled.back().send(i % 2 ? length_prefix(100) + "<ls" : "\1");
   }
@@ -87,8 +122,8 @@ TEST_F(Hostile, ClientsThatStallOnEverySocket) {
   for (int i = 0; i < 60; ++i) stalled.push_back(Connection::tcp(8001)); // silent
   expect_served();
   // The youngest ones on the local socket are still waited for, and dropped when nothing more comes.
-  EXPECT_EQ(stalled[39].receive(), "");
-  EXPECT_TRUE(stalled[39].ended);
+  EXPECT_EQ(stalled[79].receive(), "");
+  EXPECT_TRUE(stalled[79].ended);
 }
 
 TEST_F(Hostile, ClientsThatNeverTakeTheirReply) {

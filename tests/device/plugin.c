@@ -97,6 +97,13 @@ static int save(vorn_commit_info *info) {
                                                                     : vorn_config_copy_running_to_startup();
 }
 
+static int note_inform(void) {
+  const char *state = vorn_inform_get_value("state");
+  if (!state || strcmp(state, "bad") == 0) return 1;
+  vorn_notify_object_change(NULL, "wire", "wan", "state", state);
+  return 0;
+}
+
 static vorn_plugin *plugin;
 
 int vorn_plugin_init(void) {
@@ -111,5 +118,6 @@ int vorn_plugin_init(void) {
   vorn_provider_set_commit_fn(provider, apply, NULL);
   vorn_provider_set_refresh_fn(provider, refresh, NULL);
   vorn_providers_add(provider);
+  if (vorn_inform_fn_add("wan", note_inform) != 0) return 1;
   return vorn_providers_order("apply", "save");
 }

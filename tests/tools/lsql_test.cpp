@@ -22,7 +22,7 @@ using namespace std::string_literals;
 
 namespace {
 
-enum Transport { local, tcp };
+enum Transport { local, tcp, events };
 
 /// Listens as the agent does, on an address of the test's own; returns the descriptor.
 int listen_as_agent(Transport transport, Endpoint &endpoint) {
@@ -30,22 +30,23 @@ int listen_as_agent(Transport transport, Endpoint &endpoint) {
   std::snprintf(name.sun_path + 1, sizeof name.sun_path - 1, "lsql_test.%d", getpid());
   sockaddr_in port{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
   auto *address =
-      transport == local ? reinterpret_cast<sockaddr *>(&name) : reinterpret_cast<sockaddr *>(&port);
-  socklen_t length = transport == local ? sizeof name : sizeof port;
+      transport != tcp ? reinterpret_cast<sockaddr *>(&name) : reinterpret_cast<sockaddr *>(&port);
+  socklen_t length = transport != tcp ? sizeof name : sizeof port;
   const int listener = ::socket(address->sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (::bind(listener, address, length) != 0 || ::listen(listener, 5) != 0) std::abort();
   ::getsockname(listener, address, &length);
-  endpoint = transport == local ? local_endpoint(name.sun_path + 1) : tcp_endpoint(ntohs(port.sin_port));
+  endpoint = transport != tcp ? local_endpoint(name.sun_path + 1) : tcp_endpoint(ntohs(port.sin_port));
   return listener;
 }
 
-/// Reads as many bytes as the length before them says, or to the terminator, which is left out.
+/// Reads as many bytes as the length (of an event after a version of 0) says, or to the terminator, left out.
 std::string read_from(int client, Transport transport) {
   std::uint32_t length = 0;
-  if (transport == local && ::recv(client, &length, sizeof length, MSG_WAITALL) != sizeof length) return "?";
+  if (transport == events && (::recv(client, &length, sizeof length, MSG_WAITALL) < 0 || length != 0))
+    return "?";
+  if (transport != tcp && ::recv(client, &length, sizeof length, MSG_WAITALL) != sizeof length) return "?";
   std::string request(length, '?');
-  if (transport == local)
-    return ::recv(client, request.data(), length, MSG_WAITALL) == length ? request : "?";
+  if (transport != tcp) return ::recv(client, request.data(), length, MSG_WAITALL) == length ? request : "?";
   char buffer[4096];
   for (ssize_t got = 0; !request.ends_with('\x13') && (got = ::recv(client, buffer, sizeof buffer, 0)) > 0;)
     request.append(buffer, static_cast<std::size_t>(got));
@@ -71,7 +72,7 @@ Outcome run(const Endpoint &agent, std::vector<std::string> arguments, const std
   for (std::string &argument : arguments) argv.push_back(argument.data());
   argv.push_back(nullptr);
   const int status =
-      run_client(static_cast<int>(arguments.size()), argv.data(), {agent, agent, agent, in, out, err});
+      run_client(static_cast<int>(arguments.size()), argv.data(), {agent, agent, agent, agent, in, out, err});
   return {status, out.str(), err.str()};
 }
 
@@ -113,7 +114,7 @@ std::string result(const std::string &inside) {
   return "<?xml version=\"1.0\"?>\n<lsql_result>" + inside + "</lsql_result>\n";
 }
 
-TEST(Client, ExitStatusTellsWhatTheReplySays) {
+TEST(Client, ReplyIsShownWithItsValuesAndDecidesTheExitStatus) {
   const struct {
     std::string reply;
     int status;
@@ -123,6 +124,9 @@ TEST(Client, ExitStatusTellsWhatTheReplySays) {
       {result("<rc>0</rc><counter>1</counter><error>E</error><rc>1</rc><counter>0</counter>"), 1, "<error>E"},
       {result("<dataset><R><rc>7</rc></R></dataset><rc>0</rc><counter>1</counter>"), 0, "      <rc>7</rc>\n"},
       {result("<rc/>"), 1, "<rc/>"},
+      {result("<C name=\"&quot;&#xE9;\"><p> </p><q> a\n\n b&#13;</q><r>&#x20AC;&lt;</r></C><rc>0</rc>"), 0,
+       "  <C name=\"&quot;\xc3\xa9\">\n    <p> </p>\n    <q> a\n\n b&#13;</q>\n    "
+       "<r>\xe2\x82\xac&lt;</r>\n"},
       {"<config><a name=\"x\"/></config>", 0, "<config>\n  <a name=\"x\"/>\n</config>\n"},
       {"<?xml version=\"1.0\"?><error>Can't read config file.</error>\n", 1, "Can't read"},
       {"<lsql_result><rc>0</rc>", 1, "<lsql_result><rc>0</rc>\n"},
@@ -139,29 +143,22 @@ TEST(Client, ExitStatusTellsWhatTheReplySays) {
     }
 }
 
-TEST(Client, ReplyOverTcpWithoutItsTerminatorIsAnError) {
-  const auto talk = [](int client, std::future<void>) {
-    read_from(client, tcp);
-    send_packet(client, result("<rc>0</rc>"));
-  };
-  EXPECT_EQ(run_against(tcp, talk, {"<lsql/>"}).status, 1);
+/// Runs a line of words where there is no agent.
+Outcome run_alone(const std::string &line) {
+  std::istringstream words(line);
+  return run(local_endpoint("lsql_test.nobody"), {std::istream_iterator<std::string>{words}, {}});
 }
 
 TEST(Client, WrongUsageSendsNothing) {
-  const char *cases[] = {"--nonsense",  "<a/> <b/>",  "<a/> -f -",   "-f /nonexistent", "-f /",
-                         "-f",          "-T -1",      "-T x <a/>",   "-T nan <a/>",     "-n 1 <a/>",
-                         "-t <a\x13/>", "watch -n 0", "watch -n 1x", "watch it",        "watch --raw"};
-  const Endpoint nobody = local_endpoint("lsql_test.nobody"); // sending would end with 3
-  for (const char *line : cases) {
-    std::istringstream words(line);
-    const std::vector<std::string> arguments(std::istream_iterator<std::string>{words}, {});
-    EXPECT_EQ(run(nobody, arguments).status, 2) << line;
-  }
+  const char *cases[] = {"--nonsense",  "<a/> <b/>",   "<a/> -f -",   "-f /nonexistent", "-f /",
+                         "-f",          "-T -1",       "-T x <a/>",   "-T nan <a/>",     "-n 1 <a/>",
+                         "-t <a\x13/>", "watch -n 0",  "watch -n 1x", "watch it",        "watch --raw",
+                         "inform",      "inform a -t", "inform a&b"};
+  for (const char *line : cases) EXPECT_EQ(run_alone(line).status, 2) << line; // sending would end with 3
 }
 
 TEST(Client, AgentThatIsAbsentOrSilentIsUnreachable) {
-  EXPECT_EQ(run(local_endpoint("lsql_test.nobody"), {"<lsql/>"}).status, 3);
-  EXPECT_EQ(run(local_endpoint("lsql_test.nobody"), {"watch"}).status, 3);
+  for (const char *line : {"<lsql/>", "watch", "inform a"}) EXPECT_EQ(run_alone(line).status, 3) << line;
   const auto begin_and_stop = [](int client, std::future<void> gone) {
     send_packet(client, "<lsql_result>");
     gone.wait();
@@ -170,7 +167,7 @@ TEST(Client, AgentThatIsAbsentOrSilentIsUnreachable) {
     EXPECT_EQ(run_against(transport, begin_and_stop, {"<lsql/>", "-T", "0.05"}).status, 3);
 }
 
-TEST(Client, AgentThatClosesWithoutReadingGivesNoReply) {
+TEST(Client, AgentThatClosesTooEarlyGivesNoReply) {
   const std::string large(8 << 20, 'x'); // more than the socket buffers hold
   for (const Transport transport : {local, tcp}) {
     const Outcome ran = run_against(
@@ -178,6 +175,11 @@ TEST(Client, AgentThatClosesWithoutReadingGivesNoReply) {
     EXPECT_EQ(ran.status, 1);
     EXPECT_NE(ran.err.find("no reply"), std::string::npos) << ran.err;
   }
+  const auto omit_terminator = [](int client, std::future<void>) {
+    read_from(client, tcp);
+    send_packet(client, result("<rc>0</rc>"));
+  };
+  EXPECT_EQ(run_against(tcp, omit_terminator, {"<lsql/>"}).status, 1);
 }
 
 TEST(Client, LargeRequestsAndRepliesArriveWhole) {
@@ -214,15 +216,33 @@ TEST(Client, OnlyLayoutIsTakenOutOfARequestThatIsRead) {
   }
 }
 
-TEST(Client, ValuesOfTheReplySurviveIndenting) {
-  const std::string reply =
-      result("<dataset><C name=\"&quot;&#xE9;\"><p> </p><q> a\n\n b&#13;</q><r>&#x20AC;&lt;</r>"
-             "</C></dataset><rc>0</rc><counter>1</counter>");
-  const std::string out = ask(local, reply, {"<lsql/>"}).out;
-  for (const char *kept :
-       {"<p> </p>\n", "<q> a\n\n b&#13;</q>\n", "<r>\xe2\x82\xac&lt;</r>\n", "&quot;\xc3\xa9"})
-    EXPECT_NE(out.find(kept), std::string::npos) << kept << " in " << out;
-  EXPECT_EQ(ask(local, reply, {"<lsql/>", "--raw"}).out, reply);
+TEST(Inform, SendsItsOperandsAsTheyStandAndEndsAsTheAnswerSays) {
+  const struct {
+    const char *answer;
+    int status;
+    const char *out, *complaint;
+  } cases[] = {{"OK\n", 0, "OK\n", ""},
+               {"ERR no handler\n", 1, "ERR no handler\n", ""},
+               {"OKAY\n", 1, "OKAY\n", "gives"},
+               {"OK", 1, "", "broke off"},
+               {"", 1, "", "no answer"}};
+  for (const auto &c : cases) {
+    std::string arrived;
+    const Outcome ran = ask(events, c.answer, {"inform", "a=b", "k=v=w", "-T9", "e=", " f=\n"}, "", &arrived);
+    EXPECT_EQ(arrived, "object=a=b&k=v=w&e=& f=\n");
+    EXPECT_EQ(ran.status, c.status) << c.answer;
+    EXPECT_EQ(ran.out, c.out);
+    EXPECT_TRUE(*c.complaint ? ran.err.find(c.complaint) != std::string::npos : ran.err.empty()) << ran.err;
+  }
+}
+
+TEST(Inform, OperandThatTheAgentWouldMisreadIsNamedAndNothingSent) {
+  for (const std::string operand : {"&", "k", "=v", "k&=v", "k=v&", "c=2", "object=a"}) {
+    const Outcome ran = run_alone("inform a c=1 " + operand);
+    EXPECT_EQ(ran.status, 2) << operand;
+    EXPECT_NE(ran.err.find("\"" + operand + "\": "), std::string::npos) << ran.err;
+  }
+  EXPECT_EQ(run({}, {"inform", ""}).status, 2);
 }
 
 /// Watches an agent that sends these packets, each when the one before has been read, and then does `end`.
@@ -236,19 +256,14 @@ Outcome watch_packets(const std::vector<std::string> &packets, const char *count
   return run_against(local, talk, {"watch", "-n", count});
 }
 
-TEST(Watch, NulEndsAMessageWhereverPacketsAreCut) {
-  const std::string all = "<a>1</a>\n\0<b>x\ny</b>\n\0<c/>\0<d/>\n\0"s;
-  for (std::size_t cut = 1; cut < all.size(); cut++) {
-    const Outcome ran = watch_packets({all.substr(0, cut), all.substr(cut)}, "3", [] {});
-    EXPECT_EQ(ran.status, 0);
-    EXPECT_EQ(ran.out, "<a>1</a>\n<b>x\ny</b>\n<c/>\n");
-  }
-}
-
-TEST(Watch, AgentThatClosesEndsItAndNoPartOfAMessageIsShown) {
-  const Outcome ran = watch_packets({"<a/>\n\0<b>"s}, "9", [] {});
-  EXPECT_EQ(ran.status, 3);
-  EXPECT_EQ(ran.out, "<a/>\n");
+TEST(Watch, NulEndsAMessageWhereverPacketsAreCutAndNoPartOfOneIsShown) {
+  const std::string all = "<a>1</a>\n\0<b>x\ny</b>\n\0<c/>\0<d>"s;
+  for (std::size_t cut = 1; cut < all.size(); cut++)
+    for (const bool limited : {true, false}) { // without the limit the agent that closes ends it
+      const Outcome ran = watch_packets({all.substr(0, cut), all.substr(cut)}, limited ? "2" : "9", [] {});
+      EXPECT_EQ(ran.status, limited ? 0 : 3);
+      EXPECT_EQ(ran.out, limited ? "<a>1</a>\n<b>x\ny</b>\n" : "<a>1</a>\n<b>x\ny</b>\n<c/>\n");
+    }
 }
 
 TEST(Watch, SignalEndsItWithSuccess) {

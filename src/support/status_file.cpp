@@ -1,0 +1,186 @@
+#include "support/status_file.h"
+
+#include "core/debug.h"
+#include "core/handles.hpp"
+#include "support/columns.hpp"
+#include "support/text_buffer.hpp"
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <fcntl.h>
+#include <string_view>
+#include <sys/stat.h>
+
+namespace {
+
+using vorn::Descriptor;
+
+constexpr size_t most_bytes = 2048;
+constexpr int most_keys = 62;
+constexpr size_t longest_path = 79;
+
+// ---- Lines from files ----
+
+ssize_t read_some(const Descriptor &file, char *buffer, size_t size) {
+  ssize_t count;
+  do count = read(file.get(), buffer, size);
+  while (count < 0 && errno == EINTR);
+  return count;
+}
+
+// Returns the file's first bytes, up to a NUL, in whole lines. A file that cannot be read is an empty one.
+std::string_view read_start(const Descriptor &file, const char *path, char (&buffer)[most_bytes]) {
+  const ssize_t count = read_some(file, buffer, most_bytes);
+  std::string_view text(buffer, count > 0 ? static_cast<size_t>(count) : 0);
+  char more;
+  const bool cut = text.size() == most_bytes && text.back() != '\n' && read_some(file, &more, 1) == 1;
+  if (cut) {
+    vorn_debug_eprintf("%s is longer than %zu bytes.\n", path, most_bytes);
+    text = text.substr(0, text.rfind('\n') + 1);
+  }
+  return text.substr(0, text.find('\0'));
+}
+
+using Values = std::array<std::string_view, most_keys>;
+
+// Finds the values of the columns in lines of "key=value".
+Values find_values(std::string_view text, const char *const *columns) {
+  Values values;
+  while (!text.empty()) {
+    const std::string_view line = text.substr(0, text.find('\n'));
+    text.remove_prefix(std::min(line.size() + 1, text.size()));
+    const size_t equals = line.find('=');
+    if (equals == std::string_view::npos) continue;
+    const int column = vorn::find_column(columns, line.substr(0, equals));
+    if (column >= 0 && column < most_keys) values[static_cast<size_t>(column)] = line.substr(equals + 1);
+  }
+  return values;
+}
+
+// One line under construction, in a place with so much room.
+class LineWriter {
+public:
+  LineWriter(char *out, int room) : out_(out), room_(room) {}
+
+  // Appends the pieces when they fit together, with room for the line's end.
+  bool add(std::initializer_list<std::string_view> pieces, bool with_blank) {
+    size_t length = 0;
+    for (const std::string_view piece : pieces) length += piece.size();
+    if (room_ < 2 || static_cast<size_t>(room_ - 2) <= length) return false;
+    for (const std::string_view piece : pieces) put(piece);
+    if (with_blank) put(" ");
+    return true;
+  }
+
+  void end() {
+    if (room_ <= 0) return;
+    if (written_ && out_[-1] == ' ') out_[-1] = '\n';
+    *out_ = '\0';
+  }
+
+private:
+  void put(std::string_view text) {
+    out_ = std::copy(text.begin(), text.end(), out_);
+    room_ -= static_cast<int>(text.size());
+    written_ = written_ || !text.empty();
+  }
+
+  char *out_;
+  int room_;
+  bool written_ = false;
+};
+
+bool add_value(LineWriter &line, std::string_view value) {
+  const bool quoted = value.find(' ') != std::string_view::npos && value[0] != '"';
+  const std::string_view quote = quoted ? "\"" : "";
+  return line.add({quote, value, quote}, true);
+}
+
+// ---- Walks ----
+
+using Path = vorn::TextBuffer<longest_path>;
+
+// One walk: what is the same in all its directories.
+class Walk {
+public:
+  Walk(char *out, int size, vorn_util_dir_walk_fn callback, const char **user)
+      : out_(out), size_(size), callback_(callback), user_(user) {}
+
+  // Goes on with the part of a path that has its names already and the part of the pattern that is to come. A
+  // star within a name is no star of the pattern.
+  int go(const char *found, const char *pattern, const char *prefix) {
+    const char *star = strchr(pattern, '*');
+    if (!star) return visit(found, pattern, prefix);
+    char fixed[longest_path + 1] = "";
+    const size_t length = static_cast<size_t>(star - pattern);
+    if (length > longest_path) return report_long(pattern);
+    memcpy(fixed, pattern, length);
+    Path directory;
+    directory << found << fixed;
+    if (!directory.is_whole()) return report_long(found);
+    return list(directory, star + 1, prefix);
+  }
+
+private:
+  int list(const Path &directory, const char *rest, const char *prefix) {
+    const vorn::Directory listing(opendir(directory.get()));
+    if (!listing) return 0; // behind a star not every directory has to be there
+    int failed = 0;
+    while (const dirent *entry = readdir(listing.get())) {
+      if (entry->d_name[0] == '.') continue;
+      Path path, longer_prefix, whole;
+      path << directory.get() << entry->d_name;
+      longer_prefix << prefix << entry->d_name << " ";
+      whole << path.get() << rest;
+      if (!path.is_whole() || !longer_prefix.is_whole() || !whole.is_whole())
+        failed = report_long(entry->d_name);
+      else
+        failed |= go(path.get(), rest, longer_prefix.get());
+    }
+    return failed;
+  }
+
+  int visit(const char *found, const char *name, const char *prefix) {
+    Path joined;
+    joined << found << name;
+    const char *path = *found ? joined.get() : name; // one without a star may be of any length
+    struct stat status;
+    if (stat(path, &status) != 0 || !S_ISREG(status.st_mode)) return 0;
+    const size_t used = strlen(out_);
+    callback_(out_ + used, size_ - static_cast<int>(used), path, prefix, user_);
+    return 0;
+  }
+
+  static int report_long(const char *name) {
+    return vorn_debug_eprintf("The path at %s is too long.\n", name), 1;
+  }
+
+  char *out_;
+  int size_;
+  vorn_util_dir_walk_fn callback_;
+  const char **user_;
+};
+
+} // namespace
+
+int vorn_util_add_line_from_proc(char *out, int room, const char *path, const char *prefix,
+                                 const char **columns) noexcept {
+  if (!out || !path || !columns) return vorn_debug_eprintf("Null out, path or columns.\n"), 1;
+  // Not to wait for a writer where a name turns out to be a pipe's.
+  const Descriptor file(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (!file) return vorn_debug_eprintf("Can't open %s.\n", path), 1;
+  char buffer[most_bytes];
+  const Values values = find_values(read_start(file, path, buffer), columns);
+  LineWriter line(out, room);
+  bool fits = !prefix || *prefix == '\0' || line.add({prefix}, false);
+  for (size_t i = 0; columns[i] && fits; ++i)
+    fits = add_value(line, i < values.size() ? values[i] : std::string_view());
+  line.end();
+  return 0;
+}
+
+int vorn_util_dir_walk(const char *pattern, char *out, int size, const char *prefix,
+                       vorn_util_dir_walk_fn callback, const char **user) noexcept {
+  if (!pattern || !out || !callback) return vorn_debug_eprintf("Null pattern, out or callback.\n"), 1;
+  return Walk(out, size, callback, user).go("", pattern, prefix ? prefix : "");
+}

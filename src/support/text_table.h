@@ -1,0 +1,70 @@
+/* Text tables: how status files of the system become live values.
+ *
+ * A table is text: lines of fields that are separated by single blanks. A field that begins with a double
+ * quote runs to the next one, blanks included. A list of columns, ended by null, names the fields. Every line
+ * becomes one passive update of the running configuration:
+ *
+ *   "mtu"           the field is the value of that property
+ *   "#mtu"          the same: the marker is no part of the name
+ *   "*type"         the field selects the instances whose property has that value
+ *   "name", "*name" the field is the instance's name; an empty one selects nothing
+ *   ""              the field is passed over
+ *
+ * Fields go into the update as they are: what XML gives a meaning, such as "<", spoils its own line.
+ * An update stores into the running configuration, not into the copy that a write transaction works on. */
+#ifndef VORN_SUPPORT_TEXT_TABLE_H
+#define VORN_SUPPORT_TEXT_TABLE_H
+
+#include "commit/refresher.h"
+#include "core/export.h"
+#include "model/types.h"
+
+VORN_BEGIN_DECLS
+
+/* The most bytes that a line may hold: in its instance name, its values and its conditions with their tags,
+ * and altogether. A line that has more is reported and left out whole. */
+enum {
+  VORN_UTIL_LONGEST_NAME = 79,
+  VORN_UTIL_LONGEST_VALUES = 3000,
+  VORN_UTIL_LONGEST_CONDITIONS = 1024,
+  VORN_UTIL_LONGEST_UPDATE = 3999
+};
+
+/* Fills `buf` with lines, at most `size` bytes and a terminator behind them. The result is ignored. */
+typedef int (*vorn_util_txt_table_read_fn)(void *arg, char *buf, int size);
+
+/* Turns the text into updates. The result is ignored. */
+typedef int (*vorn_util_txt_table_parse_fn)(char *text, const char **columns, const char *class_name);
+
+/* One source of status values. The plugin makes it and keeps it. */
+typedef struct vorn_util_txt_table {
+  unsigned last_transaction; /* the transaction number at the last reading; 0 at first */
+  vorn_util_txt_table_read_fn read;
+  void *read_arg;
+  vorn_util_txt_table_parse_fn parse; /* normally vorn_util_put2object */
+  const char *class_name;             /* whose instances the lines update */
+  const char **columns;               /* the names of the fields, ended by null */
+} vorn_util_txt_table;
+
+/* Evaluates one update a line, until a line has no values. The text is modified. Returns 4 when the text
+ * ended inside a line that was evaluated, else 0. */
+VORN_API int vorn_util_put2object(char *text, const char **columns, const char *class_name) VORN_NOEXCEPT;
+
+/* Returns the value of a property that one of the tables has; the table is read first unless it was read in
+ * this transaction. `tables` is ended by null. The value belongs to the instance. Null when no table has the
+ * property or the instance has no value. */
+VORN_API const char *vorn_util_txt_tables_get_val(vorn_instance *instance, vorn_util_txt_table **tables,
+                                                  const char *property_name) VORN_NOEXCEPT;
+
+/* Adds a property to the class for every column that is one: neither writable nor persistent. Returns 0, or 1
+ * when any of them could not be added. */
+VORN_API int vorn_util_txt_tables_add_properties(vorn_util_txt_table **tables, vorn_class *cls) VORN_NOEXCEPT;
+
+/* Registers `fn` for the same properties; normally it returns what vorn_util_txt_tables_get_val does. Returns
+ * 0, or 1 when any of them could not be registered. */
+VORN_API int vorn_util_txt_tables_add_refresh(vorn_util_txt_table **tables, vorn_refresher *refresher,
+                                              vorn_refresher_property_fn fn) VORN_NOEXCEPT;
+
+VORN_END_DECLS
+
+#endif

@@ -1,0 +1,266 @@
+#include "commit/provider.h"
+#include "commit/providers.h"
+#include "common/log.hpp"
+#include "common/schema.hpp"
+#include "config/running.hpp"
+#include "core/handles.hpp"
+#include "query/query.h"
+#include "support/interface_address.h"
+#include "support/status_file.h"
+#include "support/text_table.h"
+#include "support/util.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <memory>
+#include <random>
+#include <sys/ioctl.h>
+
+namespace {
+
+using namespace vorn::test;
+using std::string;
+
+const string folder = "util_test." + std::to_string(getpid());
+
+struct Utilities : testing::Test {
+  Utilities() {
+    std::filesystem::create_directories(folder);
+    add_all_kinds();
+    add(all, "radio", "r", {{"mode", "1"}, {"power", "1"}});
+    add(all, "radio", "s", {{"mode", "2"}, {"power", "1"}});
+    vorn::set_running(all);
+  }
+  ~Utilities() override {
+    std::filesystem::remove_all(folder);
+    vorn::set_running(nullptr);
+    vorn_instances_delete_all(all);
+  }
+  // "mode/power" of both radios.
+  string radios() const {
+    string text;
+    for (const char *name : {"r", "s"})
+      for (const char *property : {"mode", "power"})
+        text.append(vorn_instance_get_value(vorn_instances_get(all, "radio", name), property)).append(" ");
+    return text;
+  }
+  static string write(const string &name, const string &text) {
+    std::ofstream(folder + "/" + name) << text;
+    return folder + "/" + name;
+  }
+  Log log;
+  vorn_instances *all = vorn_instances_new();
+};
+
+TEST_F(Utilities, EveryLineOfATableIsAnUpdate) {
+  const char *by_name[] = {"*name", "#power", "", "mode", nullptr};
+  const char *by_key[] = {"*mode", "power", nullptr};
+  const char *by_two[] = {"*mode", "*power", "power", nullptr};
+  const char *plain[] = {"name", "power", nullptr};
+  const string s80(80, 's'), v2985(2985, 'v'), k1100(1100, 'k');
+  const struct {
+    string text;
+    const char **columns;
+    int result;
+    string radios;
+  } cases[] = {
+      {"r 5 x 6\n", by_name, 0, "6 5 2 1 "},
+      {"r 5\ns 7", plain, 4, "1 5 2 7 "},
+      {"r 5 all behind the columns\ns 7 \n", plain, 0, "1 5 2 7 "},
+      {"r \"a b\" \"\" 2\n", by_name, 0, "2 a b 2 1 "},
+      {"s \"to the end", plain, 4, "1 1 2 to the end "},
+      {"s  x 4\n", by_name, 0, "1 1 4  "},       // two blanks are an empty field
+      {"s \"5\"x\nr 7\n", plain, 4, "1 1 2 5 "}, // what stands behind a quoted field ends the text
+      {" 5\nr 6\n", plain, 0, "1 6 2 1 "},       // the empty name is nobody's
+      {"\nr 5\n", plain, 0, "1 1 2 1 "},         // a line without values ends it
+      {"r\ns 5\n", plain, 0, "1 1 2 1 "},
+      {"2 8\n", by_key, 0, "1 1 2 8 "},
+      {"1 1 8\n2 2 9\n", by_two, 0, "1 8 2 1 "},
+      {"r <x>\nr &\nr bad\ns 4\n", plain, 0, "1 1 2 4 "}, // each costs its own line only
+      {s80 + " 1\ns 4\n", plain, 0, "1 1 2 4 "},
+      {"r 5" + v2985 + "\ns 4\n", plain, 0, "1 1 2 4 "},
+      {"r " + v2985, plain, 4, "1 " + v2985 + " 2 1 "},
+      {k1100 + " 5\n2 3\n", by_key, 0, "1 1 2 3 "},
+      {"", plain, 0, "1 1 2 1 "},
+  };
+  for (const auto &c : cases) {
+    for (const char *name : {"r", "s"})
+      for (const char *property : {"mode", "power"})
+        vorn_instance_set_value(vorn_instances_get(all, "radio", name), property,
+                                strcmp(property, "mode") == 0 && *name == 's' ? "2" : "1");
+    string text = c.text;
+    EXPECT_EQ(vorn_util_put2object(text.data(), c.columns, "radio"), c.result) << c.text;
+    EXPECT_EQ(radios(), c.radios) << c.text;
+  }
+  EXPECT_NE(log.take().find("A line of values for class \"radio\" is too long.\n"), string::npos);
+}
+
+int reads;
+int read_lines(void *arg, char *buf, int size) {
+  snprintf(buf, static_cast<size_t>(size), "%s%d\n", static_cast<const char *>(arg), ++reads);
+  return 0;
+}
+const char *radio_columns[] = {"*name", "#speed", "", "load", nullptr};
+char radio_lines[] = "r 5 x ";
+vorn_util_txt_table radio_table = {0,         read_lines,   radio_lines, vorn_util_put2object,
+                                   "station", radio_columns};
+vorn_util_txt_table *tables[] = {&radio_table, nullptr};
+
+TEST(TextTables, AreReadOnceInARequestThatAsks) {
+  vorn_class *station = vorn_class_new("station");
+  vorn_class_set_type(station, VORN_CLASS_UNIQUE_NAMED);
+  vorn_class_add_property(station, make_property("place"));
+  EXPECT_EQ(vorn_util_txt_tables_add_properties(tables, station), 0);
+  EXPECT_EQ(vorn_util_txt_tables_add_properties(tables, station), 1); // they are there already
+  vorn_classes_add(station);
+  vorn_classes_done_adding();
+  vorn_providers_init();
+  vorn_provider *provider = vorn_provider_new("stations");
+  vorn_refresher *refresher = vorn_refresher_new("station");
+  EXPECT_EQ(vorn_util_txt_tables_add_refresh(
+                tables, refresher,
+                [](vorn_instance *instance, const char *property, vorn_refresh_info *) {
+                  return vorn_util_txt_tables_get_val(instance, tables, property);
+                }),
+            0);
+  vorn_provider_set_refresh_fn(provider, vorn_refresher_fn, refresher);
+  vorn_providers_add(provider);
+  vorn_providers_done_adding();
+  const vorn::OwnedInstances all(vorn_instances_new());
+  add(all.get(), "station", "r", {{"speed", "0"}, {"load", "0"}});
+  add(all.get(), "station", "other", {{"speed", "0"}, {"load", "0"}});
+  vorn::set_running(all.get());
+  const auto ask = [](const char *what) {
+    const string request = "<lsql origin='o'><select><station>" + string(what) + "</station></select></lsql>";
+    const string reply = vorn::CString(vorn_query_eval(request.c_str())).get();
+    return reply.substr(reply.find("<dataset>"));
+  };
+  EXPECT_NE(
+      ask("<load/><speed/>").find("<load>1</load><speed>5</speed></station><station name=\"other\"><load>0"),
+      string::npos);
+  EXPECT_STREQ(vorn_query_origin, "o"); // the updates had none
+  EXPECT_NE(ask("<speed/><load/>").find("<speed>5</speed><load>2</load>"), string::npos);
+  EXPECT_EQ(ask("<place/>").find("<load>"), string::npos);
+  EXPECT_EQ(reads, 2);
+  EXPECT_EQ(vorn_util_txt_tables_get_val(nullptr, tables, "nothing"), nullptr);
+  vorn::set_running(nullptr);
+}
+
+TEST_F(Utilities, LinesFromStatusFilesFitTheirRoom) {
+  const char *columns[] = {"speed", "#load", "", "duplex", nullptr};
+  const string full =
+      write("full", "duplex=half way\nno pair\nspeed=10=20\n*load=\"a b\"\nother=1\nspeed=11");
+  const string empty = write("empty", "");
+  const string long_one = write("long", "speed=1\nload=" + string(3000, 'x'));
+  const struct {
+    string path;
+    const char *prefix;
+    int room;
+    string line;
+  } cases[] = {
+      {full, "eth0 ", 200, "eth0 11 \"a b\"  \"half way\"\n"},
+      {full, nullptr, 200, "11 \"a b\"  \"half way\"\n"},
+      {empty, "", 200, "   \n"},
+      {long_one, "p ", 200, "p 1   \n"},
+      {full, "eth0 ", 27, "eth0 11 \"a b\" \n"}, // the last value needs one byte more than the room has
+      {full, "eth0 ", 28, "eth0 11 \"a b\"  \"half way\"\n"},
+      {full, "eth0 ", 10, "eth0 11\n"},
+      {full, "eth0 ", 8, "eth0\n"},
+      {full, "eth0 ", 7, ""},
+      {full, nullptr, 1, ""},
+      {folder, "d ", 200, "d    \n"},
+  };
+  for (const auto &c : cases) {
+    const size_t room = static_cast<size_t>(c.room);
+    const auto out = std::make_unique<char[]>(room); // whatever is written past it is seen
+    EXPECT_EQ(vorn_util_add_line_from_proc(out.get(), c.room, c.path.c_str(), c.prefix, columns), 0);
+    EXPECT_EQ(string(out.get()), c.line) << c.room;
+  }
+  char none[] = "kept";
+  for (const int room : {0, -1, -2147483647})
+    vorn_util_add_line_from_proc(none, room, full.c_str(), "p ", columns);
+  EXPECT_EQ(vorn_util_add_line_from_proc(none, 5, (folder + "/absent").c_str(), "p ", columns), 1);
+  EXPECT_STREQ(none, "kept");
+  EXPECT_EQ(log.take(),
+            "vorn: " + long_one + " is longer than 2048 bytes.\nvorn: Can't open " + folder + "/absent.\n");
+}
+
+int note_path(char *out, int room, const char *path, const char *prefix, const char **) {
+  snprintf(out, static_cast<size_t>(room), "%s=%s;", path + folder.size(), prefix);
+  return 1;
+}
+
+TEST_F(Utilities, WalksFindRegularFilesWhateverNamesTheyMeet) {
+  for (const char *name : {"a", "*", ".hidden", "b"}) {
+    std::filesystem::create_directories(folder + "/n/" + name + "/s");
+    write("n/" + string(name) + "/s/x", "");
+  }
+  write("n/" + string(70, 'l'), "");
+  std::filesystem::create_directories(folder + "/n/b/t/x"); // not a regular file
+  const auto walk = [](const string &pattern) {
+    char out[1000] = "";
+    vorn_util_dir_walk(pattern.c_str(), out, sizeof out, "p ", note_path, nullptr);
+    std::set<string> found; // the order is the directory's
+    std::istringstream lines(out);
+    for (string line; std::getline(lines, line, ';');) found.insert(line);
+    return found;
+  };
+  using Set = std::set<string>;
+  EXPECT_EQ(walk(folder + "/n/*/s/x"), (Set{"/n/a/s/x=p a ", "/n/*/s/x=p * ", "/n/b/s/x=p b "}));
+  EXPECT_EQ(walk(folder + "/n/*/*/x"), (Set{"/n/a/s/x=p a s ", "/n/*/s/x=p * s ", "/n/b/s/x=p b s "}));
+  EXPECT_EQ(walk(folder + "/n/a/s/x"), (Set{"/n/a/s/x=p "}));
+  EXPECT_EQ(walk(folder + "/absent/*"), Set());
+  EXPECT_EQ(walk(folder + string(80, '/') + "*"), Set());
+  EXPECT_NE(log.take().find("is too long"), string::npos);
+}
+
+TEST_F(Utilities, RandomStatusFilesDoNoHarm) {
+  std::mt19937 random(4711); // the same ones each time
+  const char pieces[] = "=\n\" *#<>&/rs12\0name=speed= ";
+  const char *columns[] = {"speed", "r", "*mode", "", nullptr};
+  for (int round = 0; round < 2000; ++round) {
+    string bytes;
+    for (auto left = random() % (round % 10 ? 60 : 4000); left > 0; --left)
+      bytes += random() % 8 ? pieces[random() % sizeof pieces] : static_cast<char>(random());
+    const auto room = random() % 300;
+    const auto out = std::make_unique<char[]>(room + 1);
+    vorn_util_add_line_from_proc(out.get(), static_cast<int>(room), write("random", bytes).c_str(), "r ",
+                                 columns);
+    EXPECT_LE(strlen(out.get()), room);
+    const char *table[] = {"*name", "power", "mode", "", "*mode", nullptr};
+    vorn_util_put2object(out.get(), table + round % 5, "radio");
+    vorn_util_put2object(bytes.data(), table + round % 5, "radio");
+    vorn_util_url_decode(bytes.data());
+  }
+  EXPECT_EQ(all_names(all), "radio:r,radio:s");
+}
+
+TEST(Util, UrlDecodingTakesTwoHexadecimalDigits) {
+  const char *cases[][2] = {{"a%20b%zz", "a b%zz"}, {"%41%4a%4A", "AJJ"}, {"%", "%"},
+                            {"%4", "%4"},           {"%00x", "%00x"},     {"%%41", "%A"},
+                            {"+%+1", "+%+1"},       {"%ff%2", "\xff%2"}};
+  for (const auto &c : cases) {
+    string text = c[0];
+    const char *end = vorn_util_url_decode(text.data());
+    EXPECT_STREQ(text.c_str(), c[1]);
+    EXPECT_EQ(end, text.data() + strlen(c[1]));
+  }
+  EXPECT_EQ(vorn_util_url_decode(nullptr), nullptr);
+}
+
+TEST(Util, AddressesAndProcesses) {
+  char buffer[25] = "kept";
+  EXPECT_EQ(vorn_util_macaddress_get("lo", buffer, 23), -1);
+  EXPECT_EQ(vorn_util_ipaddress_get("lo", SIOCGIFNETMASK, buffer, 8), -1);
+  EXPECT_EQ(vorn_util_ipaddress_get("an interface name", SIOCGIFADDR, buffer, 24), -1);
+  EXPECT_STREQ(buffer, "kept");
+  EXPECT_EQ(vorn_util_macaddress_get("lo", buffer, 24), 1);
+  EXPECT_STREQ(buffer, "00:00:00:00:00:00");
+  EXPECT_EQ(vorn_util_ipaddress_get("lo", SIOCGIFNETMASK, buffer, 9), 1);
+  EXPECT_STREQ(buffer, "255.0.0.000:00:00");                 // no terminator is written
+  EXPECT_EQ(vorn_util_findpid(("\n" + folder).c_str()), -1); // of the first line only
+  EXPECT_EQ(vorn_util_findpid((std::to_string(getpid()) + " (").c_str()), getpid());
+}
+
+} // namespace
