@@ -19,6 +19,8 @@ static vorn_property *new_property(const struct property_row *row) {
   vorn_property_set_writable(property, row->use == SETTING || row->use == REQUIRED);
   vorn_property_set_required_on_insert(property, row->use == REQUIRED || row->use == FIXED);
   if (row->is_valid != NULL) vorn_property_set_is_valid_fn(property, row->is_valid);
+  if (row->is_instance_valid != NULL)
+    vorn_property_set_is_instance_valid_fn(property, row->is_instance_valid);
   if (row->use == LIVE) vorn_property_set_persistence(property, 0); /* the others follow their class */
   return property;
 }
@@ -57,7 +59,8 @@ static int fill_class(vorn_class *cls, const struct class_row *row) {
   vorn_class_set_instance_validate_fn(cls, row->is_instance_valid);
   if (row->superclass != NULL && vorn_class_set_superclass(cls, row->superclass) != 0) return 1;
   if (row->identifier != NULL && make_abstract(cls, row->identifier) != 0) return 1;
-  return add_properties(cls, row->properties);
+  if (add_properties(cls, row->properties) != 0) return 1;
+  return row->tables != NULL && vorn_util_txt_tables_add_properties(row->tables, cls) != 0;
 }
 
 int declare_class(const struct class_row *row) {
@@ -68,13 +71,13 @@ int declare_class(const struct class_row *row) {
   return 1;
 }
 
-int declare_provider(const char *name, vorn_provider_commit_fn commit, vorn_provider_refresh_fn refresh) {
-  vorn_provider *provider = vorn_provider_new(name);
+int declare_provider(const struct provider_row *row) {
+  vorn_provider *provider = vorn_provider_new(row->name);
   if (provider != NULL) {
-    if (commit != NULL) vorn_provider_set_commit_fn(provider, commit, NULL);
-    if (refresh != NULL) vorn_provider_set_refresh_fn(provider, refresh, NULL);
+    if (row->commit != NULL) vorn_provider_set_commit_fn(provider, row->commit, row->commit_data);
+    if (row->refresh != NULL) vorn_provider_set_refresh_fn(provider, row->refresh, row->refresh_data);
     if (vorn_providers_add(provider) == 0) return 0;
   }
-  vorn_debug_eprintf("Provider \"%s\" cannot be declared.\n", name);
+  vorn_debug_eprintf("Provider \"%s\" cannot be declared.\n", row->name);
   return 1;
 }

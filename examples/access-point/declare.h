@@ -16,7 +16,8 @@ enum use {
 struct property_row {
   const char *name;
   enum use use;
-  vorn_property_is_valid_fn is_valid; /* may be null for a LIVE one only */
+  vorn_property_is_valid_fn is_valid;                   /* may be null for a LIVE one only */
+  vorn_property_is_instance_valid_fn is_instance_valid; /* sees the other values too; null: none */
 };
 
 struct class_row {
@@ -26,6 +27,15 @@ struct class_row {
   const char *identifier; /* names the subclass identifier of an abstract class, else null */
   vorn_class_instance_validate_fn is_instance_valid; /* null: every instance is good */
   const struct property_row *properties;             /* ended by a row without a name */
+  vorn_util_txt_table **tables;                      /* their columns are live properties too; null: none */
+};
+
+struct provider_row {
+  const char *name;
+  vorn_provider_commit_fn commit; /* either function may be null, but not both */
+  void *commit_data;              /* the committer, where that function is vorn_committer_fn */
+  vorn_provider_refresh_fn refresh;
+  void *refresh_data; /* the refresher, where that function is vorn_refresher_fn */
 };
 
 /* Asks the agent whether it knows this version of the interface; a plugin that gets 0 must declare nothing.
@@ -34,7 +44,6 @@ int plugin_is_accepted(void);
 
 int declare_class(const struct class_row *row);
 
-/* Either function may be null, but not both. */
-int declare_provider(const char *name, vorn_provider_commit_fn commit, vorn_provider_refresh_fn refresh);
+int declare_provider(const struct provider_row *row);
 
 #endif

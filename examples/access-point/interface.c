@@ -12,22 +12,40 @@
 enum { LEAST_MTU = 576, GREATEST_MTU = 9000 };
 
 enum { GREATEST_TX_POWER = 30 }; /* dBm */
+enum { GREATEST_CHANNEL = 255 };
+enum { DOMAIN = 1 }; /* the regulatory domain that this device is sold in */
 
 static int is_mtu(const char *value) { return in_range(value, LEAST_MTU, GREATEST_MTU); }
 
-static int is_mode(const char *value) {
-  static const char *const modes[] = {"11bgn", "11gn", "11an", "11ac", "11ax", NULL};
-  return one_of(value, modes);
+static int is_mode(const char *value) { return vorn_input_is_mode(value, (int)strlen(value)); }
+
+static const char *band_of(const char *mode) {
+  static const char *const modes_of_5_ghz[] = {"a", "a-n", "n-only-a", NULL};
+  return one_of(mode, modes_of_5_ghz) ? "a" : "g";
 }
 
-/* The channels of 20 MHz in the bands of 2.4 GHz and 5 GHz (IEEE 802.11, annex E); which of them may be used
- * where and when is for the driver to say. */
+static int is_automatic(const char *channel) { return strcmp(channel, "auto") == 0; }
+
+static int is_channel_in(const char *value, const char *band) {
+  return is_automatic(value) || vorn_input_is_channel(value, (int)strlen(value), band, DOMAIN);
+}
+
 static int is_channel(const char *value) {
-  if (strcmp(value, "auto") == 0 || in_range(value, 1, 14)) return 1;
-  static const char *const channels[] = {"36",  "40",  "44",  "48",  "52",  "56",  "60",  "64",  "100",
-                                         "104", "108", "112", "116", "120", "124", "128", "132", "136",
-                                         "140", "144", "149", "153", "157", "161", "165", NULL};
-  return one_of(value, channels);
+  if (!is_automatic(value) && !in_range(value, 1, GREATEST_CHANNEL)) return 0;
+  return is_channel_in(value, "a") || is_channel_in(value, "g");
+}
+
+/* A channel has to lie in the band of the mode. Both properties check that against the other one as it is, so
+ * that it holds in whatever order they are set, also in an update, which no check of whole instances sees. A
+ * radio changes its band by way of the channel "auto". */
+static int mode_fits_channel(vorn_instance *instance, const char *mode) {
+  const char *channel = vorn_instance_get_value(instance, "channel");
+  return channel == NULL || is_channel_in(channel, band_of(mode));
+}
+
+static int channel_fits_mode(vorn_instance *instance, const char *channel) {
+  const char *mode = vorn_instance_get_value(instance, "mode");
+  return mode == NULL || is_channel_in(channel, band_of(mode));
 }
 
 static int is_tx_power(const char *value) { return in_range(value, 0, GREATEST_TX_POWER); }
@@ -35,7 +53,7 @@ static int is_tx_power(const char *value) { return in_range(value, 0, GREATEST_T
 /* The instance's name is the device's. It becomes part of file names and an argument of a program, so it must
  * be neither a path nor an option. */
 static int is_device_name(const char *name) {
-  return made_of(name, 1, IFNAMSIZ - 1, LETTERS DIGITS "._-") && strchr("._-", name[0]) == NULL;
+  return made_of(name, 1, IFNAMSIZ - 1, LETTERS DIGITS "..__--") && strchr("._-", name[0]) == NULL;
 }
 
 static int has_device_name(vorn_instances *collection, vorn_instance *instance) {
@@ -44,30 +62,42 @@ static int has_device_name(vorn_instances *collection, vorn_instance *instance) 
 }
 
 static const struct property_row interface_properties[] = {
-    {"description", SETTING, is_text},
-    {"enabled", REQUIRED, is_flag},
-    {"mtu", SETTING, is_mtu},
-    {"status", LIVE, NULL}, /* up or down */
-    {"mac", LIVE, NULL},
-    {"rx-bytes", LIVE, NULL},
-    {"tx-bytes", LIVE, NULL},
-    {NULL, LIVE, NULL},
+    {"description", SETTING, is_text, NULL},
+    {"enabled", REQUIRED, is_flag, NULL},
+    {"mtu", SETTING, is_mtu, NULL},
+    {"status", LIVE, NULL, NULL}, /* up or down */
+    {"mac", LIVE, NULL, NULL},
+    {"ip-address", LIVE, NULL, NULL},
+    {"carrier", LIVE, NULL, NULL}, /* up or down, as some program has told last */
+    {NULL, LIVE, NULL, NULL},
 };
 
-static const struct property_row ethernet_properties[] = {{NULL, LIVE, NULL}};
+static const struct property_row ethernet_properties[] = {{NULL, LIVE, NULL, NULL}};
 
 static const struct property_row radio_properties[] = {
-    {"mode", REQUIRED, is_mode},
-    {"channel", SETTING, is_channel},
-    {"tx-power", SETTING, is_tx_power},
-    {NULL, LIVE, NULL},
+    {"mode", REQUIRED, is_mode, mode_fits_channel},
+    {"channel", SETTING, is_channel, channel_fits_mode},
+    {"tx-power", SETTING, is_tx_power, NULL},
+    {NULL, LIVE, NULL, NULL},
 };
 
 /* The check of whole instances is not inherited: each subclass names it. */
 static const struct class_row classes[] = {
-    {"interface", VORN_CLASS_UNIQUE_NAMED, NULL, "type", NULL, interface_properties},
-    {"ethernet", VORN_CLASS_UNIQUE_NAMED, "interface", NULL, has_device_name, ethernet_properties},
-    {"radio", VORN_CLASS_UNIQUE_NAMED, "interface", NULL, has_device_name, radio_properties},
+    {.name = "interface",
+     .type = VORN_CLASS_UNIQUE_NAMED,
+     .identifier = "type",
+     .properties = interface_properties,
+     .tables = interface_tables},
+    {.name = "ethernet",
+     .type = VORN_CLASS_UNIQUE_NAMED,
+     .superclass = "interface",
+     .is_instance_valid = has_device_name,
+     .properties = ethernet_properties},
+    {.name = "radio",
+     .type = VORN_CLASS_UNIQUE_NAMED,
+     .superclass = "interface",
+     .is_instance_valid = has_device_name,
+     .properties = radio_properties},
 };
 
 int declare_interface_classes(void) {

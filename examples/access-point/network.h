@@ -1,4 +1,4 @@
-/* What the files of the network plugin share. */
+/* What the files of the network plugin share. All that returns int returns 0, or 1 when it has failed. */
 #ifndef ACCESS_POINT_NETWORK_H
 #define ACCESS_POINT_NETWORK_H
 
@@ -7,13 +7,22 @@
 /* interface.c: the classes "interface", "ethernet" and "radio". */
 int declare_interface_classes(void);
 
+/* interface_commit.c: makes the kernel's devices follow the interfaces. Null when it cannot be made. */
+vorn_committer *new_interface_committer(void);
+
+/* interface_live.c: reads the live values of the interfaces. Null when it cannot be made. */
+vorn_refresher *new_interface_refresher(void);
+
+/* interface_statistics.c: the live values that come from tables; ended by null. */
+extern vorn_util_txt_table *interface_tables[];
+
+/* link_inform.c: lets programs tell of links that come and go. */
+int accept_link_news(void);
+
 /* wireless.c: the classes "ssid" and "access-list". */
 int declare_wireless_classes(void);
 
-/* links.c: makes the kernel's devices follow the interfaces. */
-int commit_links(vorn_commit_info *info);
-
-/* links_live.c: reads the live values of the interfaces. */
-int refresh_links(vorn_refresh_info *info);
+/* wireless_commit.c: the providers that keep the wireless daemon's files in step. */
+int declare_wireless_providers(void);
 
 #endif

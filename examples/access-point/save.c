@@ -20,15 +20,17 @@ static int anything_changed(vorn_changes *changes) {
   return changed;
 }
 
+/* What a provider has changed by itself is saved at a start, too. */
 static int commit(vorn_commit_info *info) {
-  if (device_starts(info) || !anything_changed(vorn_commit_info_get_changes(info))) return 0;
+  int is_news = !device_starts(info) && anything_changed(vorn_commit_info_get_changes(info));
+  if (!is_news && !save_is_requested(info)) return 0;
   return vorn_config_copy_running_to_startup();
 }
 
 /* Saving comes last: subscribers are told then, and what they are told of has taken effect. A provider that
  * is missing does no harm in the order. */
 static int come_last(void) {
-  static const char *const others[] = {"system", "interfaces", "syslog"};
+  static const char *const others[] = {"system", "interfaces", "wireless", "wireless-files", "syslog"};
   for (size_t i = 0; i < sizeof others / sizeof others[0]; i++)
     if (vorn_providers_order(others[i], "save") != 0) return 1;
   return 0;
@@ -37,5 +39,5 @@ static int come_last(void) {
 int vorn_plugin_init(void) {
   if (!plugin_is_accepted()) return 1;
   if (come_last() != 0) return 1;
-  return declare_provider("save", commit, NULL);
+  return declare_provider(&(struct provider_row){.name = "save", .commit = commit});
 }

@@ -1,21 +1,16 @@
 /* The plugin of the services that the device uses: so far, the servers that get its system log. */
 #include "commits.h"
 #include "declare.h"
+#include "files.h"
 #include "values.h"
 
-#include <errno.h>
-#include <stdio.h>
-#include <string.h>
-#include <unistd.h>
-
 #define SYSLOG_PATH "/etc/syslog.conf"
-#define NEW_SYSLOG_PATH SYSLOG_PATH ".new"
 #define SYSLOG_PORT "514" /* RFC 5426 */
 
 static const struct property_row syslog_properties[] = {
-    {"address", REQUIRED, is_ipv4},
-    {"port", SETTING, is_port},
-    {NULL, LIVE, NULL},
+    {"address", REQUIRED, is_ipv4, NULL},
+    {"port", SETTING, is_port, NULL},
+    {NULL, LIVE, NULL, NULL},
 };
 
 static const struct class_row syslog_class = {
@@ -27,32 +22,23 @@ static void write_server(FILE *file, const vorn_instance *server) {
           port != NULL ? port : SYSLOG_PORT);
 }
 
-/* Returns 0, or 1 with errno set. */
-static int write_servers(vorn_instances *instances) {
-  FILE *file = fopen(NEW_SYSLOG_PATH, "we");
-  if (file == NULL) return 1;
+static void write_servers(FILE *file, void *instances) {
   fputs("# Written by the configuration agent: changes are lost.\n", file);
   vorn_instances_iterator *it = vorn_instances_new_class_iterator(instances, "syslog-server");
   while (vorn_instances_iterator_has_next(it)) write_server(file, vorn_instances_iterator_next(it));
   vorn_instances_delete_iterator(it);
-  int failed = ferror(file);
-  return fclose(file) != 0 || failed;
 }
 
-/* The whole file is written anew, beside the old one until it is complete. A load writes it even without
- * servers: the file may be left over from another configuration. */
+/* Whatever happened to one server, the file is written as a whole: a committer would be of no help. A load
+ * writes it even without servers: the file may be left over from another configuration. */
 static int commit(vorn_commit_info *info) {
   vorn_changes *changes = vorn_commit_info_get_changes(info);
   if (!commit_starts_from_nothing(info) && !vorn_changes_contains_class(changes, "syslog-server")) return 0;
-  if (write_servers(vorn_commit_info_get_after(info)) == 0 && rename(NEW_SYSLOG_PATH, SYSLOG_PATH) == 0)
-    return 0;
-  vorn_debug_eprintf("syslog: cannot write " SYSLOG_PATH ": %s\n", strerror(errno));
-  unlink(NEW_SYSLOG_PATH);
-  return 1;
+  return replace_file(SYSLOG_PATH, 0644, write_servers, vorn_commit_info_get_after(info));
 }
 
 int vorn_plugin_init(void) {
   if (!plugin_is_accepted()) return 1;
   if (declare_class(&syslog_class) != 0) return 1;
-  return declare_provider("syslog", commit, NULL);
+  return declare_provider(&(struct provider_row){.name = "syslog", .commit = commit});
 }

@@ -11,71 +11,67 @@
 #include <time.h>
 #include <unistd.h>
 
-enum { LONGEST_LABEL = 63, LONGEST_ZONE = 63 };
+enum { LONGEST_ZONE = 63 };
 
 /* A host name without a domain: one label (RFC 1123). */
-static int is_hostname(const char *value) {
-  if (!made_of(value, 1, LONGEST_LABEL, LETTERS DIGITS "-")) return 0;
-  return value[0] != '-' && value[strlen(value) - 1] != '-';
-}
+static int is_hostname(const char *value) { return vorn_input_is_domain_label(value, (int)strlen(value)); }
 
 /* The form in which the C library understands a zone without a data base of them, as in
  * CET-1CEST,M3.5.0,M10.5.0/3 (POSIX, "TZ"). What starts with a letter and has an offset is never taken for
  * the name of a file. */
 static int is_timezone(const char *value) {
-  if (!made_of(value, 4, LONGEST_ZONE, LETTERS DIGITS "<>+-:,./")) return 0;
-  return strchr(LETTERS "<", value[0]) != NULL && strpbrk(value, DIGITS) != NULL;
+  if (!made_of(value, 4, LONGEST_ZONE, LETTERS DIGITS "<<>>+/::")) return 0;
+  char first[] = {value[0], '\0'};
+  return made_of(first, 1, 1, LETTERS "<<") && strpbrk(value, "0123456789") != NULL;
 }
 
 static const struct property_row system_properties[] = {
-    {"hostname", SETTING, is_hostname},
-    {"location", SETTING, is_text},
-    {"contact", SETTING, is_text},
-    {"timezone", SETTING, is_timezone},
-    {"uptime", LIVE, NULL}, /* in seconds */
-    {NULL, LIVE, NULL},
+    {"hostname", SETTING, is_hostname, NULL},
+    {"location", SETTING, is_text, NULL},
+    {"contact", SETTING, is_text, NULL},
+    {"timezone", SETTING, is_timezone, NULL},
+    {"uptime", LIVE, NULL, NULL}, /* in seconds */
+    {NULL, LIVE, NULL, NULL},
 };
 
 static const struct class_row system_class = {
     .name = "system", .type = VORN_CLASS_SINGLETON, .properties = system_properties};
 
-static void apply_hostname(const char *hostname) {
-  if (sethostname(hostname, strlen(hostname)) != 0)
-    vorn_debug_eprintf("system: host name \"%s\": %s\n", hostname, strerror(errno));
-}
-
-/* For the agent itself, its time stamps above all, and for the programs that it starts. */
-static void apply_timezone(const char *timezone_text) {
-  if (setenv("TZ", timezone_text, 1) != 0)
-    vorn_debug_eprintf("system: time zone \"%s\": %s\n", timezone_text, strerror(errno));
-  tzset();
-}
-
-static int commit(vorn_commit_info *info) {
-  vorn_changes *changes = vorn_commit_info_get_changes(info);
-  /* Asking the collection for a singleton that a client has deleted is no error: there is just nothing to
-   * apply. */
-  vorn_instance *system_instance = vorn_instances_get_singleton(vorn_commit_info_get_after(info), "system");
-  const char *hostname = changed_value(changes, system_instance, "hostname");
-  const char *timezone_text = changed_value(changes, system_instance, "timezone");
-  if (hostname != NULL) apply_hostname(hostname);
-  if (timezone_text != NULL) apply_timezone(timezone_text);
+static int apply_hostname(vorn_instance *instance, const char *property, const char *value, const char *old) {
+  (void)instance, (void)property;
+  if (is_same(value, old)) return 0;
+  if (sethostname(value, strlen(value)) != 0)
+    vorn_debug_eprintf("system: host name \"%s\": %s\n", value, strerror(errno));
   return 0;
 }
 
-static int refresh(vorn_refresh_info *info) {
-  if (!vorn_refresh_info_contains_class(info, "system")) return 0;
-  vorn_instance *instance = vorn_instances_get_singleton(vorn_refresh_info_get_instances(info), "system");
-  if (instance == NULL || !vorn_refresh_info_contains_property(info, instance, "uptime")) return 0;
+/* For the agent itself, its time stamps above all, and for the programs that it starts. */
+static int apply_timezone(vorn_instance *instance, const char *property, const char *value, const char *old) {
+  (void)instance, (void)property;
+  if (is_same(value, old)) return 0;
+  if (setenv("TZ", value, 1) != 0)
+    vorn_debug_eprintf("system: time zone \"%s\": %s\n", value, strerror(errno));
+  tzset();
+  return 0;
+}
+
+static const char *read_uptime(vorn_instance *instance, const char *property, vorn_refresh_info *info) {
+  static char seconds[24]; /* copied as soon as this has returned */
   struct sysinfo system_info;
-  if (sysinfo(&system_info) != 0) return 1;
-  char seconds[24];
+  (void)instance, (void)property, (void)info;
+  if (sysinfo(&system_info) != 0) return NULL;
   snprintf(seconds, sizeof seconds, "%ld", (long)system_info.uptime);
-  return vorn_instance_set_value(instance, "uptime", seconds);
+  return seconds;
 }
 
 int vorn_plugin_init(void) {
   if (!plugin_is_accepted()) return 1;
   if (declare_class(&system_class) != 0) return 1;
-  return declare_provider("system", commit, refresh);
+  vorn_committer *committer = vorn_committer_new();
+  vorn_refresher *refresher = vorn_refresher_new("system");
+  if (vorn_committer_set_property_change_fn(committer, "system", "hostname", apply_hostname) != 0) return 1;
+  if (vorn_committer_set_property_change_fn(committer, "system", "timezone", apply_timezone) != 0) return 1;
+  if (vorn_refresher_set_property_fn(refresher, "uptime", read_uptime) != 0) return 1;
+  return declare_provider(
+      &(struct provider_row){"system", vorn_committer_fn, committer, vorn_refresher_fn, refresher});
 }

@@ -1,22 +1,20 @@
-/* Checks of values. The agent hands every value to its property's check before it takes it, whether it comes
- * from a client, from the configuration file or from a plugin. All return 1 when the value is good, else 0.
- */
+/* Checks of values, beside those that the agent brings (support/input.h). The agent hands every value to its
+ * property's check before it takes it, whether it comes from a client, from the configuration file or from a
+ * plugin. All return 1 when the value is good, else 0. */
 #ifndef ACCESS_POINT_VALUES_H
 #define ACCESS_POINT_VALUES_H
 
-#include <stddef.h>
-
-#define DIGITS "0123456789"
-#define HEX_DIGITS DIGITS "abcdefABCDEF"
-#define LETTERS "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
-
 /* Building blocks. */
 
-/* `min` to `max` bytes, all of them out of `characters`. */
-int made_of(const char *value, size_t min, size_t max, const char *characters);
+/* Pairs of the first and the last character of a range. */
+#define DIGITS "09"
+#define LETTERS "azAZ"
 
-/* A decimal number without sign or leading zeros. */
-int in_range(const char *value, unsigned long low, unsigned long high);
+/* `min` to `max` bytes, all of them in one of the ranges. */
+int made_of(const char *value, int min, int max, const char *ranges);
+
+/* A decimal number without sign, blanks or leading zeros. */
+int in_range(const char *value, int low, int high);
 
 /* One of the words; a null pointer ends them. */
 int one_of(const char *value, const char *const words[]);

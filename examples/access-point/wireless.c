@@ -1,41 +1,28 @@
-/* The wireless networks and the lists of who may use them. They are declared and checked here; putting them
- * on the air is for the plugin that comes with a wireless driver, which this example does without. */
+/* The wireless networks and the lists of who may use them: their classes and checks. */
 #include "declare.h"
 #include "network.h"
+#include "passphrase.h"
 #include "values.h"
 
 #include <string.h>
 
-enum { LONGEST_SSID = 32, LONGEST_LIST_NAME = 32, GREATEST_VLAN = 4094 };
-enum { SHORTEST_PASSPHRASE = 8, LONGEST_PASSPHRASE = 63, KEY_DIGITS = 64 };
+enum { LONGEST_LIST_NAME = 32, LONGEST_RADIO_NAME = 32, GREATEST_VLAN = 4094 };
 
 static int is_security(const char *value) {
   static const char *const kinds[] = {"open", "wpa2-psk", "wpa3-sae", NULL};
   return one_of(value, kinds);
 }
 
-static int is_printable(const char *value) {
-  for (; *value != '\0'; value++)
-    if (*value < 0x20 || *value > 0x7e) return 0;
-  return 1;
-}
-
-/* A passphrase in ASCII, or the key itself as hexadecimal digits (IEEE 802.11, annex J). */
-static int is_passphrase(const char *value) {
-  size_t length = strlen(value);
-  if (length >= SHORTEST_PASSPHRASE && length <= LONGEST_PASSPHRASE) return is_printable(value);
-  return made_of(value, KEY_DIGITS, KEY_DIGITS, HEX_DIGITS);
-}
-
 static int is_vlan(const char *value) { return in_range(value, 1, GREATEST_VLAN); }
 
-/* No list of that name has to exist: a list without entries is an empty one. */
+/* The name becomes that of a file. No list of that name has to exist: a list without entries is an empty one.
+ */
 static int is_list_name(const char *value) {
-  return made_of(value, 1, LONGEST_LIST_NAME, LETTERS DIGITS "_-");
+  return made_of(value, 1, LONGEST_LIST_NAME, LETTERS DIGITS "__--");
 }
 
 static int is_radio_name(const char *value) {
-  return made_of(value, 1, LONGEST_LIST_NAME, LETTERS DIGITS "._-");
+  return made_of(value, 1, LONGEST_RADIO_NAME, LETTERS DIGITS "..__--");
 }
 
 static int is_action(const char *value) {
@@ -55,8 +42,8 @@ static int refuse(const char *name, const char *reason) {
  * deleted and inserted again, in one transaction. */
 static int is_ssid(vorn_instances *collection, vorn_instance *instance) {
   const char *name = vorn_instance_get_name(instance);
-  size_t length = strlen(name);
-  if (length == 0 || length > LONGEST_SSID || !is_text(name)) return refuse(name, "the name is no good");
+  if (!vorn_input_is_ssid(name, (int)strlen(name)) || !is_text(name))
+    return refuse(name, "the name is no good");
   const char *radio = vorn_instance_get_value(instance, "radio");
   const char *security = vorn_instance_get_value(instance, "security");
   if (radio == NULL || security == NULL) return 1; /* missing, which the agent reports better */
@@ -71,23 +58,29 @@ static int is_access_list(vorn_instances *collection, vorn_instance *instance) {
 }
 
 static const struct property_row ssid_properties[] = {
-    {"radio", FIXED, is_radio_name},        {"security", FIXED, is_security},
-    {"passphrase", SETTING, is_passphrase}, {"enabled", REQUIRED, is_flag},
-    {"hidden", SETTING, is_flag},           {"vlan", SETTING, is_vlan},
-    {"access-list", SETTING, is_list_name}, {NULL, LIVE, NULL},
+    {"radio", FIXED, is_radio_name, NULL},        {"security", FIXED, is_security, NULL},
+    {"passphrase", SETTING, is_passphrase, NULL}, {"enabled", REQUIRED, is_flag, NULL},
+    {"hidden", SETTING, is_flag, NULL},           {"vlan", SETTING, is_vlan, NULL},
+    {"access-list", SETTING, is_list_name, NULL}, {NULL, LIVE, NULL, NULL},
 };
 
 /* An entry of the list whose name it bears: entries of one name make up the list. */
 static const struct property_row access_list_properties[] = {
-    {"mac", REQUIRED, is_mac},
-    {"action", REQUIRED, is_action},
-    {"description", SETTING, is_text},
-    {NULL, LIVE, NULL},
+    {"mac", REQUIRED, is_mac, NULL},
+    {"action", REQUIRED, is_action, NULL},
+    {"description", SETTING, is_text, NULL},
+    {NULL, LIVE, NULL, NULL},
 };
 
 static const struct class_row classes[] = {
-    {"ssid", VORN_CLASS_UNIQUE_NAMED, NULL, NULL, is_ssid, ssid_properties},
-    {"access-list", VORN_CLASS_GROUP_NAMED, NULL, NULL, is_access_list, access_list_properties},
+    {.name = "ssid",
+     .type = VORN_CLASS_UNIQUE_NAMED,
+     .is_instance_valid = is_ssid,
+     .properties = ssid_properties},
+    {.name = "access-list",
+     .type = VORN_CLASS_GROUP_NAMED,
+     .is_instance_valid = is_access_list,
+     .properties = access_list_properties},
 };
 
 int declare_wireless_classes(void) {

@@ -11,8 +11,8 @@
  *
  * A group change is called once for each group and commit, at the first member met; property changes come in
  * the order of their registration. A callback for an abstract class is called for the instances of its
- * subclasses. Callbacks must not change the collection; their results are ignored, and none is called again
- * for having failed.
+ * subclasses. Callbacks may set values but must not insert or delete; their results are ignored, and none is
+ * called again for having failed.
  *
  * Setters return 0, or 1 with the reason logged at debug level 1 and above and nothing changed. Except for
  * group changes it is not checked whether the class and its property exist. A callback that is set again

@@ -10,7 +10,6 @@
 #include <cstdint>
 #include <cstring>
 #include <list>
-#include <memory>
 
 namespace vorn {
 
@@ -164,10 +163,10 @@ void LocalServer::drop(Client &client) {
 
 int serve_locally(const LocalProtocol &protocol) noexcept {
   return guarded(1, [&] {
-    auto server = std::make_unique<LocalServer>(protocol);
-    if (server->open() != 0) return 1;
-    server.release(); // the loop's for the process's life
-    return 0;
+    static auto &servers = *new std::list<LocalServer>; // for the process's life
+    if (servers.emplace_back(protocol).open() == 0) return 0;
+    servers.pop_back();
+    return 1;
   });
 }
 

@@ -30,7 +30,8 @@ enum {
   VORN_UTIL_LONGEST_UPDATE = 3999
 };
 
-/* Fills `buf` with lines, at most `size` bytes and a terminator behind them. The result is ignored. */
+/* Fills `buf`, which comes empty, with lines: at most `size` bytes and a terminator behind them. The result
+ * is ignored. */
 typedef int (*vorn_util_txt_table_read_fn)(void *arg, char *buf, int size);
 
 /* Turns the text into updates. The result is ignored. */

@@ -14,10 +14,12 @@ fail() {
   exit 1
 }
 
-blocks() { # blocks LANGUAGE FIRST LAST: the page's code blocks of that language, by number
-  awk -v language="$1" -v first="$2" -v last="$3" '
-    /^```/ { inside = !inside && $0 == "```" language; if (inside) number++; next }
-    inside && number >= first && number <= last' "$top/docs/plugins.md"
+blocks() { # blocks LANGUAGE HEADING: the page's code blocks of that language below that heading of the second level
+  awk -v language="$1" -v heading="## $2" '
+    /^```/ { fenced = !fenced; wanted = fenced && below && $0 == "```" language; found = found || wanted; next }
+    !fenced && /^## / { below = $0 == heading }
+    wanted
+    END { exit !found }' "$top/docs/plugins.md" || fail "the page has no $1 block below \"$2\"."
 }
 
 # ---- Each plugin builds and finds its functions ----
@@ -36,10 +38,16 @@ check_plugin() { # check_plugin NAME: NAME.c becomes NAME.vorn
   [[ -z $missing ]] || fail "the agent does not export what $1 needs: $missing"
 }
 
-blocks c 1 1 >"$work/first.c"
-blocks c 2 99 >"$work/second.c"
-check_plugin first
-check_plugin second
+declare -A headings=(
+  [first]='A first plugin'
+  [second]='A second one, piece by piece'
+  [third]='A third one, with tables'
+)
+
+for name in "${!headings[@]}"; do
+  blocks c "${headings[$name]}" >"$work/$name.c"
+  check_plugin "$name"
+done
 
 # ---- Each does what the page shows ----
 
@@ -57,21 +65,22 @@ session() {
   done
 }
 
-run_session() { # run_session NUMBER NAME: with the plugin NAME alone
-  local place=$work/$2
+run_session() { # run_session NAME [OTHER]...: that of the plugin NAME, with the others installed beside it
+  local name place=$work/$1
   mkdir -- "$place"
   cp -R -- "$stage" "$place/root"
   rm -f -- "$place/root/usr/lib/vorn/plugins"/*
-  cp -- "$work/$2.vorn" "$place/root/usr/lib/vorn/plugins/"
-  blocks console "$1" "$1" >"$place/page"
+  for name; do cp -- "$work/$name.vorn" "$place/root/usr/lib/vorn/plugins/"; done
+  blocks console "${headings[$1]}" >"$place/page"
   session <"$place/page" >"$place/session"
   chmod +x "$place/session"
   cd -- "$place"
-  "$top/scripts/device" --root "$place/root" -- "$place/session" >seen 2>&1 || fail "session $1: $(<seen)"
+  "$top/scripts/device" --root "$place/root" -- "$place/session" >seen 2>&1 || fail "session of $1: $(<seen)"
   # Some of the agent's lines end with a carriage return, which no page shows.
   diff -- page <(tr -d '\r' <seen) || fail "what the page shows (<) is not what happens (>)."
 }
 
 "$top/scripts/device" --check || exit # with 77
-run_session 1 first
-run_session 2 second
+run_session first
+run_session second
+run_session third second

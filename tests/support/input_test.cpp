@@ -94,7 +94,7 @@ TEST(Input, AgreesWithExpressionsOnGeneratedValues) {
     int (*check)(const char *value, int len);
     const char *expression, *valid, *characters;
   } languages[] = {
-      {vorn_input_is_percent, "[ \\t]*([+]?0*(100|[0-9]?[0-9])|-0+)", " +01", "+-01 9a"},
+      {vorn_input_is_percent, "[ \\t]*([+]?0*(100|[0-9]?[0-9])|-0+)", "+100", "+-01 9a"},
       {vorn_input_is_mac, "([0-9A-Fa-f]{2}:){5}[0-9A-Fa-f]{2}", "0a:1B:2c:3D:4e:5F", "09aAfFgG:-@`"},
       {vorn_input_is_ip, "(?=.{7,15}$)(( *([+]?0*(25[0-5]|2[0-4][0-9]|1?[0-9]?[0-9])|-0+))(\\.(?!$)|$)){4}",
        "10.0.255.31", "0125.+- "},
@@ -125,16 +125,16 @@ TEST(Input, TakesAnErrorLeftBehindForOneOfTheExtremes) {
 }
 
 TEST(InputSet, HoldsItsBaseThenTheRange) {
-  const Set base(vorn_input_new_string_set("b\xff", 2)), empty(vorn_input_get_set_from_range(2, 1, nullptr));
-  const Set more(vorn_input_get_set_from_range(-1, 1, base.get()));
-  const Set top(vorn_input_get_set_from_range(INT32_MAX - 1, INT32_MAX, empty.get()));
+  const Set base(vorn_input_new_string_set("b\xff", 2));
+  const Set same(vorn_input_get_set_from_range(5, 1, base.get()));
+  const Set more(vorn_input_get_set_from_range(-1, 1, same.get()));
+  const Set top(vorn_input_get_set_from_range(INT32_MAX - 1, INT32_MAX, nullptr));
   EXPECT_EQ(members(base), (Numbers{'b', -1}));
   EXPECT_EQ(members(more), (Numbers{'b', -1, -1, 0, 1}));
   EXPECT_EQ(members(top), (Numbers{INT32_MAX - 1, INT32_MAX}));
   EXPECT_FALSE(vorn_input_new_string_set(nullptr, 1) || vorn_input_new_string_set("b", -1));
   vorn_input_free_set(nullptr);
-  EXPECT_TRUE(check(vorn_input_is_int_in_set, " 1", more.get()));
-  EXPECT_FALSE(check(vorn_input_is_int_in_set, "2", more.get()));
+  for (const char *n : {" 1", "2"}) EXPECT_EQ(check(vorn_input_is_int_in_set, n, more.get()), *n == ' ');
   EXPECT_FALSE(vorn_input_is_int_in_set("0", 1, nullptr) || vorn_input_is_int_in_range("5", 1, 6, 4));
 }
 

@@ -1,0 +1,59 @@
+/* Makes the kernel's network devices follow the interfaces of the configuration, with the program ip(8). */
+#include "commits.h"
+#include "network.h"
+#include "program.h"
+
+#include <net/if.h>
+#include <string.h>
+
+/* Sets one attribute of a device: "mtu" to a value, or "up" or "down" without one. */
+static void set_link(const char *device, const char *attribute, const char *value) {
+  const char *const argv[] = {"ip", "link", "set", "dev", device, attribute, value, NULL};
+  const char *blank = value != NULL ? " " : "";
+  const char *shown = value != NULL ? value : "";
+  vorn_debug_1printf("interfaces: setting %s %s%s%s.\n", device, attribute, blank, shown);
+  if (vorn_process_no_actions) return;
+  int status = run_program(argv);
+  if (status != 0)
+    vorn_debug_eprintf("interfaces: setting %s %s%s%s failed (%d).\n", device, attribute, blank, shown,
+                       status);
+}
+
+static int device_exists(const char *device) {
+  if (if_nametoindex(device) != 0) return 1;
+  vorn_debug_printf("interfaces: no device \"%s\", skipped.\n", device);
+  return 0;
+}
+
+static int set_mtu(vorn_instance *instance, const char *property, const char *value, const char *old) {
+  const char *device = vorn_instance_get_name(instance);
+  if (!is_same(value, old) && device_exists(device)) set_link(device, property, value);
+  return 0;
+}
+
+static int set_enabled(vorn_instance *instance, const char *property, const char *value, const char *old) {
+  (void)property;
+  const char *device = vorn_instance_get_name(instance);
+  const char *state = strcmp(value, "1") == 0 ? "up" : "down";
+  if (!is_same(value, old) && device_exists(device)) set_link(device, state, NULL);
+  return 0;
+}
+
+/* A device that is no longer in the configuration is not to be used any more. */
+static int shut_down(vorn_instance *before, vorn_commit_info *info) {
+  (void)info;
+  const char *device = vorn_instance_get_name(before);
+  if (device_exists(device)) set_link(device, "down", NULL);
+  return 0;
+}
+
+/* The callbacks are for the abstract class, which makes them those of all kinds of interfaces. Properties
+ * come in the order of their registration: the size before the state, so that no frame leaves a port with the
+ * wrong one. */
+vorn_committer *new_interface_committer(void) {
+  vorn_committer *committer = vorn_committer_new();
+  if (vorn_committer_set_instance_delete_fn(committer, "interface", shut_down) != 0) return NULL;
+  if (vorn_committer_set_property_change_fn(committer, "interface", "mtu", set_mtu) != 0) return NULL;
+  if (vorn_committer_set_property_change_fn(committer, "interface", "enabled", set_enabled) != 0) return NULL;
+  return committer;
+}
