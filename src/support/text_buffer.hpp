@@ -26,7 +26,7 @@ public:
   }
 
 private:
-  char text_[Size + 1] = "";
+  char text_[Size + 1] = {};
   size_t length_ = 0;
   bool whole_ = true;
 };
