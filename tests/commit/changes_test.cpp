@@ -2,7 +2,6 @@
 #include "commit/changes.hpp"
 #include "common/log.hpp"
 #include "common/schema.hpp"
-#include "core/debug.h"
 
 #include <gtest/gtest.h>
 
@@ -42,7 +41,6 @@ TEST_F(Changes, RecordUpdatesOnceWithAllTheirProperties) {
   vorn_instance *a = add(all, "radio", "a", {{"mode", "1"}});
   vorn_instance *b = add(all, "radio", "b");
   record();
-  EXPECT_EQ(vorn_changes_contains_instance(changes, a), 0);
   vorn_instance_set_value(b, "mode", "1");
   vorn_instance_set_value(a, "power", "2");
   vorn_instance_set_value(a, "mode", "1"); // an equal value counts
@@ -51,7 +49,6 @@ TEST_F(Changes, RecordUpdatesOnceWithAllTheirProperties) {
   EXPECT_EQ(properties(a), "mode power ");
   EXPECT_EQ(properties(b), "mode ");
   EXPECT_EQ(vorn_instance_get_value(vorn_changes_get_instance_before(changes, a), "power"), nullptr);
-  EXPECT_EQ(vorn_changes_contains_instance(changes, a), 1);
   EXPECT_EQ(vorn_changes_contains_class(changes, "radio"), 1);
   EXPECT_EQ(vorn_changes_contains_class(changes, "wire"), 0);
   EXPECT_EQ(all_names(vorn_changes_get_before(changes)), "radio:a,radio:b");
@@ -87,21 +84,14 @@ TEST_F(Changes, RecordDeletionsAsTheyWere) {
   EXPECT_EQ(vorn_changes_get_instance_before(changes, again), nullptr);
 }
 
-TEST_F(Changes, AnInstanceThatHasLeftIsNotHeardOf) {
-  vorn_instance *radio = add(all, "radio", "r");
+TEST_F(Changes, AreNotHeardOfALeftInstanceNorAfterTheEnd) {
+  vorn_instance *left = add(all, "radio", "left"), *radio = add(all, "radio", "r");
   record();
-  vorn_instances_remove(all, radio);
-  vorn_instance_set_value(radio, "mode", "1");
-  EXPECT_EQ(changed("radio"), "");
-  vorn_instance_delete(radio);
-}
-
-TEST_F(Changes, NothingIsHeardAfterTheEnd) {
-  vorn_instance *radio = add(all, "radio", "r");
-  record();
+  vorn_instances_remove(all, left);
+  EXPECT_EQ(left->listener, nullptr);
+  vorn_instance_delete(left);
   vorn_changes_delete(std::exchange(changes, nullptr));
   vorn_instance_set_value(radio, "mode", "1");
-  add(all, "radio", "s");
   EXPECT_EQ(radio->listener, nullptr);
   EXPECT_EQ(all->listener, nullptr);
 }
@@ -141,25 +131,15 @@ TEST_F(Changes, RecordersMayEndOutOfTurn) {
 }
 
 TEST(Actions, MatchWholeStringsAndErrOnTheSideOfActing) {
-  vorn_debug_set(1);
-  Log log;
   vorn_actions *actions = vorn_actions_new();
-  EXPECT_EQ(vorn_actions_add(actions, "wifi", "restart", "ssid", "guest"), 0);
-  EXPECT_EQ(vorn_actions_add(actions, "wifi", "restart", "ssid", "guest"), 0);
-  EXPECT_EQ(vorn_actions_add(actions, "wifi", "stop", nullptr, nullptr), 0);
-  EXPECT_EQ(vorn_actions_exists(actions, "wifi", "restart", "ssid", "guest"), 1);
-  EXPECT_EQ(vorn_actions_exists(actions, "wifi-restart", "ssid", "guest", nullptr),
-            1); // dashes are not escaped
-  EXPECT_EQ(vorn_actions_exists(actions, "wifi", "restart", "ssid", nullptr), 0);
-  EXPECT_EQ(vorn_actions_exists(actions, "wifi", "stop", "ssid", nullptr), 0);
-  EXPECT_EQ(log.take(), "");
+  for (int twice = 0; twice < 2; ++twice)
+    EXPECT_EQ(vorn_actions_add(actions, "wifi", "restart", "ssid", "guest"), 0);
   EXPECT_EQ(vorn_actions_add(actions, nullptr, "a", nullptr, nullptr), 1);
-  EXPECT_EQ(vorn_actions_add(actions, "p", nullptr, nullptr, nullptr), 1);
-  EXPECT_EQ(vorn_actions_exists(actions, "p", "a", nullptr, "i"), 1);
+  EXPECT_EQ(vorn_actions_exists(actions, "wifi", "restart", "ssid", "guest"), 1);
+  EXPECT_EQ(vorn_actions_exists(actions, "wifi-restart", "ssid", "guest", nullptr), 1); // "-" is not escaped
+  EXPECT_EQ(vorn_actions_exists(actions, "wifi", "restart", "ssid", nullptr), 0);
+  EXPECT_EQ(vorn_actions_exists(actions, "p", "a", nullptr, "i"), 1); // an instance without its class
   EXPECT_EQ(vorn_actions_exists(nullptr, "p", "a", nullptr, nullptr), 1);
-  EXPECT_EQ(vorn_actions_add(nullptr, "p", "a", nullptr, nullptr), 1);
-  EXPECT_EQ(log.take(), "vorn: No provider.\nvorn: No action.\nvorn: Instance, but no class.\n"
-                        "vorn: No actions.\nvorn: No actions.\n");
   vorn_actions_delete(actions);
 }
 

@@ -22,9 +22,7 @@ namespace {
 
 using namespace vorn::test;
 
-std::string text_of(const vorn_instances *instances) {
-  return printed([&](FILE *out) { vorn_instances_print(instances, out); });
-}
+std::string text_of(const vorn_instances *instances) { return printed(vorn_instances_print, instances); }
 
 struct Allocation : testing::Test {
   Allocation() { add_all_kinds(); }
@@ -56,14 +54,15 @@ struct Allocation : testing::Test {
   vorn_instances *all = vorn_instances_new();
 };
 
-TEST_F(Allocation, OfClassesAndProperties) {
+TEST_F(Allocation, OfClassesPropertiesAndProviders) {
   vorn_class *abstract = add_abstract_class("base", {});
   expect_all_or_nothing([] { return vorn_property_new("a property with a long name"); },
                         vorn_property_delete);
-  expect_all_or_nothing([] { return vorn_class_new("a class with a long name"); },
-                        [](vorn_class *cls) { delete cls; });
-  expect_all_or_nothing([&] { return vorn_class_clone(abstract, "clone"); },
-                        [](vorn_class *cls) { delete cls; });
+  const auto delete_class = [](vorn_class *cls) { delete cls; };
+  expect_all_or_nothing([] { return vorn_class_new("a class with a long name"); }, delete_class);
+  expect_all_or_nothing([&] { return vorn_class_clone(abstract, "clone"); }, delete_class);
+  expect_all_or_nothing([] { return vorn_provider_new("a provider with a long name"); },
+                        [](vorn_provider *provider) { delete provider; });
   expect_all_or_nothing(
       [] {
         std::unique_ptr<vorn_class> cls(vorn_class_new("c"));
@@ -116,34 +115,23 @@ TEST_F(Allocation, OfRecorders) {
   for (vorn_instances_iterator it(*all); it.has_next();) EXPECT_EQ(it.next()->listener, nullptr);
 }
 
-TEST_F(Allocation, OfProviders) {
-  expect_all_or_nothing([] { return vorn_provider_new("a provider with a long name"); },
-                        [](vorn_provider *provider) { delete provider; });
-}
-
 TEST_F(Allocation, OfCommittersRefreshersAndInforms) {
-  const std::unique_ptr<vorn_committer> own_committer(vorn_committer_new());
-  const std::unique_ptr<vorn_refresher> own_refresher(vorn_refresher_new("radio"));
-  vorn_committer *const committer = own_committer.get();
-  vorn_refresher *const refresher = own_refresher.get();
-  static int groups;
-  const std::function<bool()> attempts[] = {
+  const std::unique_ptr<vorn_committer> committer(vorn_committer_new());
+  const std::unique_ptr<vorn_refresher> refresher(vorn_refresher_new("radio"));
+  const auto change = [](vorn_instance *, const char *, const char *, const char *) { return 0; };
+  const auto refresh = [](vorn_instance *, const char *, vorn_refresh_info *) { return ""; };
+  const std::function<int()> attempts[] = {
       [&] {
-        return vorn_committer_set_property_change_fn(
-                   committer, "a class with a long name", "property",
-                   [](vorn_instance *, const char *, const char *, const char *) { return 0; }) == 0;
+        return vorn_committer_set_property_change_fn(committer.get(), "a long class name", "p", change);
       },
-      [&] {
-        return vorn_refresher_set_property_fn(
-                   refresher, "a property with a long name",
-                   [](vorn_instance *, const char *, vorn_refresh_info *) { return ""; }) == 0;
-      },
-      [] { return vorn_inform_fn_add("an object with a long name", [] { return 0; }) == 0; },
+      [&] { return vorn_refresher_set_property_fn(refresher.get(), "a long property name", refresh); },
+      [] { return vorn_inform_fn_add("an object with a long name", [] { return 0; }); },
   };
   vorn_inform_fn_add("first", [] { return 0; }); // makes the table
   for (const auto &attempt : attempts) {
     const long blocks = live_blocks;
-    EXPECT_GT(fail_each_allocation(attempt, [&] { EXPECT_EQ(live_blocks, blocks); }), 0);
+    EXPECT_GT(fail_each_allocation([&] { return attempt() == 0; }, [&] { EXPECT_EQ(live_blocks, blocks); }),
+              0);
   }
   fail_each_allocation(
       [] {
@@ -155,12 +143,14 @@ TEST_F(Allocation, OfCommittersRefreshersAndInforms) {
       },
       [] { EXPECT_EQ(vorn_inform_get_value("object"), nullptr); });
   // A commit needs memory for nothing but to call a group once instead of too often.
-  vorn_committer_set_group_change_fn(
-      committer, "rule",
-      [](vorn_instances *, const char *, const char *, vorn_commit_info *) { return ++groups; });
+  static int groups;
+  const auto count = [](vorn_instances *, const char *, const char *, vorn_commit_info *) {
+    return ++groups;
+  };
+  vorn_committer_set_group_change_fn(committer.get(), "rule", count);
   vorn_changes *changes = vorn_changes_new(all);
   for (const char *name : {"a", "a", "b"}) add(all, "rule", name);
-  vorn_commit_info *info = vorn_commit_info_new(nullptr, all, changes, nullptr, committer);
+  vorn_commit_info *info = vorn_commit_info_new(nullptr, all, changes, nullptr, committer.get());
   fail_each_allocation([&] { return groups = 0, vorn_committer_fn(info), groups == 2; },
                        [] { EXPECT_EQ(groups, 3); });
   vorn_commit_info_delete(info);
@@ -172,12 +162,10 @@ TEST_F(Allocation, OfRequests) {
   add(all, "radio", "r", {{"mode", "a"}, {"power", "1"}});
   vorn::set_running(all);
   const char *const requests[] = {
-      "<lsql origin='somebody with a long name'><select><radio "
-      "properties='all'/></select><where><eq><property>mode"
-      "</property><value>a</value></eq></where></lsql>",
-      "<lsql><write-transaction><update><radio><power>2</power></radio></update><delete><radio/></"
-      "delete><insert>"
-      "<server><address>1</address></server></insert></write-transaction></lsql>",
+      "<lsql origin='somebody with a long name'><select><radio properties='all'/></select>"
+      "<where><eq><property>mode</property><value>a</value></eq></where></lsql>",
+      "<lsql><write-transaction><update><radio><power>2</power></radio></update><delete><radio/></delete>"
+      "<insert><server><address>1</address></server></insert></write-transaction></lsql>",
   };
   const std::string before = text_of(all);
   for (const char *request : requests) {

@@ -43,12 +43,12 @@ private:
   off_t position_ = 0;
 };
 
-// Returns what a function writes to a stream.
-template <class Print> std::string printed(Print print) {
+// Returns what a function writes about something to a stream, which is its last argument.
+template <class Print, class... Things> std::string printed(Print print, Things... things) {
   char *text = nullptr;
   size_t size = 0;
   FILE *stream = open_memstream(&text, &size);
-  print(stream);
+  print(things..., stream);
   fclose(stream);
   std::string result(text, size);
   free(text);

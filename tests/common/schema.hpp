@@ -16,20 +16,21 @@ namespace vorn::test {
 // Takes every value but "bad".
 inline int not_bad(const char *value) { return strcmp(value, "bad") != 0; }
 
-inline vorn_property *make_property(const char *name, bool writable = true) {
+inline vorn_property *make_property(const char *name) {
   vorn_property *property = vorn_property_new(name);
   vorn_property_set_is_valid_fn(property, not_bad);
-  vorn_property_set_writable(property, writable);
   return property;
 }
 
-// A persistent class with writable properties, in the registry.
+// A persistent class with writable properties, in the registry; with an identifier it is abstract.
 inline vorn_class *add_class(const char *name, unsigned type, std::initializer_list<const char *> properties,
-                             const char *superclass = nullptr) {
+                             const char *superclass = nullptr, vorn_property *identifier = nullptr) {
   vorn_class *cls = vorn_class_new(name);
   vorn_class_set_type(cls, type);
   vorn_class_set_persistence(cls, 1);
   if (superclass) vorn_class_set_superclass(cls, superclass);
+  if (identifier) vorn_class_set_abstract(cls, 1);
+  if (identifier) vorn_class_set_subclass_identifier(cls, identifier);
   for (const char *property : properties) vorn_class_add_property(cls, make_property(property));
   vorn_classes_add(cls);
   return cls;
@@ -37,14 +38,7 @@ inline vorn_class *add_class(const char *name, unsigned type, std::initializer_l
 
 // An abstract class whose subclasses are named by the property "type".
 inline vorn_class *add_abstract_class(const char *name, std::initializer_list<const char *> properties) {
-  vorn_class *cls = vorn_class_new(name);
-  vorn_class_set_type(cls, VORN_CLASS_UNIQUE_NAMED);
-  vorn_class_set_persistence(cls, 1);
-  vorn_class_set_abstract(cls, 1);
-  vorn_class_set_subclass_identifier(cls, vorn_property_new("type"));
-  for (const char *property : properties) vorn_class_add_property(cls, make_property(property));
-  vorn_classes_add(cls);
-  return cls;
+  return add_class(name, VORN_CLASS_UNIQUE_NAMED, properties, nullptr, vorn_property_new("type"));
 }
 
 // One class of each kind: system, server (anonymous), port with the subclasses wire and air, radio
@@ -52,8 +46,7 @@ inline vorn_class *add_abstract_class(const char *name, std::initializer_list<co
 inline void add_all_kinds() {
   add_class("system", VORN_CLASS_SINGLETON, {"host", "place"});
   add_class("server", VORN_CLASS_ANONYMOUS, {"address", "state"});
-  add_class("wire", VORN_CLASS_UNIQUE_NAMED, {"speed"},
-            "port"); // before its superclass: order does not matter
+  add_class("wire", VORN_CLASS_UNIQUE_NAMED, {"speed"}, "port"); // before its superclass: that may be
   add_abstract_class("port", {"mtu"});
   add_class("air", VORN_CLASS_UNIQUE_NAMED, {"channel"}, "port");
   add_class("radio", VORN_CLASS_UNIQUE_NAMED, {"mode", "power"});

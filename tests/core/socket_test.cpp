@@ -50,9 +50,6 @@ TEST(Socket, APathIsTakenFromAnEarlierRun) {
   const Descriptor server(vorn_socket_get_unix((directory + "/link").c_str(), 0));
   EXPECT_TRUE(server); // where the link leads, the stale file was removed
   EXPECT_TRUE(can_connect(path, false));
-  Log log;
-  EXPECT_EQ(vorn_socket_get_unix((directory + "/none/sock").c_str(), 0), -1);
-  EXPECT_NE(log.take().find("No such file or directory"), std::string::npos);
   EXPECT_EQ(system(("rm -r '" + directory + "'").c_str()), 0);
 }
 

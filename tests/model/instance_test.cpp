@@ -1,6 +1,5 @@
 #include "common/log.hpp"
 #include "common/schema.hpp"
-#include "core/debug.h"
 #include "model/instance.hpp"
 
 #include <gtest/gtest.h>
@@ -14,55 +13,32 @@ struct Instance : testing::Test {
   Log log;
 };
 
-TEST_F(Instance, IsRefusedForWrongNamesAndClasses) {
-  vorn_class *open = vorn_class_new("open");
-  const struct {
-    vorn_class *cls;
-    const char *name;
-    const char *text;
-  } cases[] = {
-      {nullptr, "x", "vorn: Null class.\n"},
-      {open, nullptr, "vorn: Cannot create instance of abstract class \"open\".\n"},
-      {vorn_classes_get("port"), "x", "vorn: Cannot create instance of abstract class \"port\".\n"},
-      {vorn_classes_get("system"), "x", "vorn: Instance of \"system\" may not have a name.\n"},
-      {vorn_classes_get("server"), "", "vorn: Instance of \"server\" may not have a name.\n"},
-      {vorn_classes_get("radio"), nullptr, "vorn: Instance of \"radio\" requires requires name.\n"},
-      {vorn_classes_get("rule"), nullptr, "vorn: Instance of \"rule\" requires requires name.\n"},
-  };
-  for (const auto &c : cases) {
-    EXPECT_EQ(vorn_instance_new(c.cls, c.name), nullptr) << c.text;
-    EXPECT_EQ(log.take(), c.text);
-  }
-  delete open;
+TEST_F(Instance, IsRefusedForAbstractOrUnfinishedClasses) {
+  const std::unique_ptr<vorn_class> open(vorn_class_new("open"));
+  vorn_class *const none = nullptr;
+  for (vorn_class *cls : {none, open.get(), vorn_classes_get("port")})
+    EXPECT_EQ(vorn_instance_new(cls, "x"), nullptr);
+  EXPECT_EQ(log.take(), "vorn: Null class.\n"
+                        "vorn: Cannot create instance of abstract class \"open\".\n"
+                        "vorn: Cannot create instance of abstract class \"port\".\n");
 }
 
 TEST_F(Instance, KeepsValuesInTheOrderInWhichTheyWereSetLast) {
   const vorn::OwnedInstance radio(make("radio", "r", {{"power", "1"}, {"mode", "a"}, {"power", "2"}}));
-  EXPECT_EQ(printed([&](FILE *out) { vorn_instance_print(radio.get(), out); }),
+  EXPECT_EQ(printed(vorn_instance_print, radio.get()),
             "Instance name: r\tclass: radio\n   mode =\ta\n   power =\t2\n");
-  const vorn::OwnedInstance system(make("system", nullptr, {{"host", ""}}));
-  EXPECT_EQ(printed([&](FILE *out) { vorn_instance_print(system.get(), out); }),
-            "Instance name: n/a\tclass: system\n   host =\t\n"); // an empty value is a value
-  EXPECT_EQ(vorn_instance_get_value(system.get(), "place"), nullptr);
 }
 
 TEST_F(Instance, RefusesAValueAndKeepsTheOldOne) {
-  const vorn::OwnedInstance wire(
-      make("wire", "w", {{"mtu", "1500"}, {"type", "wire"}})); // both the superclass's
+  const vorn::OwnedInstance wire(make("wire", "w", {{"mtu", "1500"}, {"type", "wire"}})); // both inherited
   EXPECT_EQ(log.take(), "");
-  static int told;
-  told = 0;
+  static int told = 0;
   vorn_instance_set_listener(
       wire.get(), [](vorn_instance *, const char *, void *) { return ++told; }, nullptr);
   EXPECT_EQ(vorn_instance_set_value(wire.get(), "mtu", "bad"), 1);
   EXPECT_EQ(vorn_instance_set_value(wire.get(), "channel", "1"), 1);
-  EXPECT_EQ(vorn_instance_set_value(wire.get(), nullptr, "1"), 1);
-  EXPECT_EQ(vorn_instance_set_value(wire.get(), "mtu", nullptr), 1);
-  EXPECT_EQ(vorn_instance_set_value(nullptr, "mtu", "1"), 1);
   EXPECT_EQ(log.take(), "vorn: Value \"bad\" is not valid for property \"mtu\" of class \"wire\".\n"
-                        "vorn: Property \"channel\" not in class \"wire\" (or its superclasses).\n"
-                        "vorn: Null property.\nvorn: Null value.\n"
-                        "vorn: Null instance. (vorn_instance_set_value)\n");
+                        "vorn: Property \"channel\" not in class \"wire\" (or its superclasses).\n");
   EXPECT_STREQ(vorn_instance_get_value(wire.get(), "mtu"), "1500");
   EXPECT_EQ(told, 0);
   vorn_instance_set_value(wire.get(), "mtu", "1500");
@@ -71,7 +47,6 @@ TEST_F(Instance, RefusesAValueAndKeepsTheOldOne) {
 
 TEST_F(Instance, AsksTheValueCheckBeforeTheInstanceCheck) {
   static std::string asked;
-  asked.clear();
   vorn_property *mode = vorn_class_get_property(vorn_classes_get("radio"), "mode");
   vorn_property_set_is_valid_fn(mode, [](const char *value) { return asked += "v", not_bad(value); });
   vorn_property_set_is_instance_valid_fn(mode, [](vorn_instance *instance, const char *) {
@@ -87,11 +62,12 @@ TEST_F(Instance, AsksTheValueCheckBeforeTheInstanceCheck) {
 }
 
 TEST_F(Instance, CanBeSetToItsOwnValue) {
-  const vorn::OwnedInstance radio(make("radio", "r", {{"mode", "some longer value that was allocated"}}));
-  vorn_instance_set_value(radio.get(), "mode", vorn_instance_get_value(radio.get(), "mode"));
-  vorn_instance_set_value(radio.get(), "power", vorn_instance_get_value(radio.get(), "mode"));
-  EXPECT_STREQ(vorn_instance_get_value(radio.get(), "mode"), "some longer value that was allocated");
-  EXPECT_STREQ(vorn_instance_get_value(radio.get(), "power"), "some longer value that was allocated");
+  const std::string text = "some longer value that was allocated";
+  const vorn::OwnedInstance radio(make("radio", "r", {{"mode", text.c_str()}}));
+  for (const char *property : {"mode", "power"}) {
+    vorn_instance_set_value(radio.get(), property, vorn_instance_get_value(radio.get(), "mode"));
+    EXPECT_EQ(vorn_instance_get_value(radio.get(), property), text);
+  }
 }
 
 TEST_F(Instance, CopyIsIndependentAndHasNoListener) {
@@ -105,7 +81,7 @@ TEST_F(Instance, CopyIsIndependentAndHasNoListener) {
   radio.reset();
   EXPECT_STREQ(power, "1"); // a value holds until it is set again, whatever else is
   EXPECT_STREQ(vorn_instance_get_name(copy.get()), "r");
-  EXPECT_EQ(printed([&](FILE *out) { vorn_instance_print(copy.get(), out); }),
+  EXPECT_EQ(printed(vorn_instance_print, copy.get()),
             "Instance name: r\tclass: radio\n   power =\t1\n   mode =\tb\n");
 }
 
@@ -121,18 +97,16 @@ TEST_F(Instance, IsValidAsAWhole) {
     free(error);
     return valid ? "valid" : text;
   };
-  EXPECT_EQ(reason(nullptr), "Null instance.");
   // The superclass's properties come first, and the message names the instance's class.
-  EXPECT_EQ(reason(wire.get()), "Property \"type\" of class \"wire\" is required on insert but not set.");
-  vorn_instance_set_value(wire.get(), "type", "wire");
-  EXPECT_EQ(reason(wire.get()), "Property \"mtu\" of class \"wire\" is required on insert but not set.");
-  vorn_instance_set_value(wire.get(), "mtu", "");
-  EXPECT_EQ(reason(wire.get()), "Property \"speed\" of class \"wire\" is required on insert but not set.");
+  for (const char *missing : {"type", "mtu", "speed"}) {
+    EXPECT_EQ(reason(wire.get()), "Property \"" + std::string(missing) +
+                                      "\" of class \"wire\" is required on insert but not set.");
+    vorn_instance_set_value(wire.get(), missing, ""); // an empty value is set
+  }
   vorn_class_set_instance_validate_fn(cls, [](vorn_instances *, vorn_instance *) { return 0; });
   EXPECT_EQ(reason(wire.get()), "Class \"wire\" validation function failed");
   EXPECT_EQ(vorn_instance_is_valid(nullptr, wire.get(), nullptr), 0);
   vorn_class_set_instance_validate_fn(cls, nullptr);
-  vorn_instance_set_value(wire.get(), "speed", "1");
   EXPECT_EQ(reason(wire.get()), "valid");
 }
 

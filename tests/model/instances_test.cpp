@@ -23,25 +23,20 @@ std::string group_names(const vorn_instances *all, const char *cls, const char *
 }
 
 TEST_F(Instances, EachTypeOfClassHasItsRules) {
-  EXPECT_EQ(vorn_instances_get_singleton(all, "system"), nullptr);
   vorn_instance *system = add(all, "system");
   EXPECT_EQ(add(all, "system"), nullptr);
   EXPECT_EQ(vorn_instances_get_singleton(all, "system"), system);
   EXPECT_NE(add(all, "radio", "r"), nullptr);
   EXPECT_EQ(add(all, "radio", "r"), nullptr); // without a word
-  EXPECT_NE(add(all, "rule", "g"), nullptr);
-  EXPECT_NE(add(all, "rule", "g"), nullptr);
-  EXPECT_NE(add(all, "server"), nullptr);
-  EXPECT_NE(add(all, "server"), nullptr);
+  for (int twice = 0; twice < 2; ++twice) {
+    EXPECT_NE(add(all, "rule", "g"), nullptr);
+    EXPECT_NE(add(all, "server"), nullptr);
+  }
   EXPECT_EQ(vorn_instances_get_singleton(all, "radio"), nullptr);
   EXPECT_EQ(vorn_instances_get(all, "rule", "g"), nullptr);
-  EXPECT_EQ(vorn_instances_get(all, "radio", "absent"), nullptr);
-  EXPECT_EQ(vorn_instances_get(all, "nothing", "r"), nullptr);
-  EXPECT_EQ(log.take(), "vorn: Singleton instance of class \"system\" is missing.\n"
-                        "vorn: Singleton class may not have multiple instances.\n"
+  EXPECT_EQ(log.take(), "vorn: Singleton class may not have multiple instances.\n"
                         "vorn: Class \"radio\" is not a singleton.\n"
-                        "vorn: Class \"rule\" is not unique named.\n"
-                        "vorn: Unknown class \"nothing\".\n");
+                        "vorn: Class \"rule\" is not unique named.\n");
   EXPECT_EQ(all_names(all), "system,radio:r,rule:g,rule:g,server,server");
   EXPECT_EQ(vorn_instances_remove(all, system), 0);
   EXPECT_EQ(vorn_instances_get_singleton(all, "system"), nullptr);
@@ -69,23 +64,14 @@ TEST_F(Instances, AreListedByStoreByFamilyAndByGroup) {
   add(all, "server");
   EXPECT_EQ(all_names(all), "air:b,air:a,rule:g1,rule:g1,rule:g2,wire:w2,wire:w1,server");
   EXPECT_EQ(class_names(all, "port"), "wire:w2,wire:w1,air:b,air:a"); // by the registry's order of subclasses
-  EXPECT_EQ(class_names(all, nullptr), all_names(all));
-  EXPECT_EQ(class_names(all, "system"), "");
   EXPECT_EQ(group_names(all, "rule", "g1"), "rule:g1,rule:g1");
-  EXPECT_EQ(group_names(all, "rule", "none"), "");
   EXPECT_EQ(group_names(all, "port", "a"), "air:a");
-  EXPECT_EQ(group_names(all, "port", "none"), "");
-  EXPECT_EQ(group_names(all, "wire", "w1"), "wire:w1");
   EXPECT_EQ(group_names(all, "rule", nullptr), "rule:g1,rule:g1,rule:g2");
   EXPECT_EQ(log.take(), "");
   EXPECT_EQ(group_names(all, "server", "x"), "");
-  EXPECT_EQ(group_names(all, nullptr, "x"), "");
   EXPECT_EQ(class_names(all, "nothing"), "");
   EXPECT_EQ(log.take(), "vorn: Group iterators can only be used on named classes.\n"
-                        "vorn: group_name specified but class_name is null.\n"
                         "vorn: Unknown class \"nothing\".\n");
-  EXPECT_EQ(printed([&](FILE *out) { vorn_instances_print(all, out); }).substr(0, 67),
-            "Instance name: b\tclass: air\n\nInstance name: a\tclass: air\n\n\nInstance");
 }
 
 TEST_F(Instances, WhatAnIteratorHasReturnedMayBeRemoved) {
@@ -109,23 +95,18 @@ TEST_F(Instances, WhatAnIteratorHasReturnedMayBeRemoved) {
 
 TEST_F(Instances, RemoveGoesByIdentityAndTellsTheListener) {
   static std::string events;
-  events.clear();
-  vorn_instances_set_listener(
-      all,
-      [](vorn_instance *instance, int event, void *data) {
-        events += (event == VORN_INSTANCES_ADDED ? "+" : "-") + std::string(vorn_instance_get_name(instance));
-        EXPECT_STREQ(static_cast<const char *>(data), "data");
-        return 1;
-      },
-      const_cast<char *>("data"));
+  const auto note = [](vorn_instance *instance, int event, void *data) {
+    events += static_cast<const char *>(data)[event == VORN_INSTANCES_ADDED ? 0 : 1];
+    events += vorn_instance_get_name(instance);
+    return 1;
+  };
+  vorn_instances_set_listener(all, note, const_cast<char *>("+-"));
   vorn_instance *radio = add(all, "radio", "r");
   vorn_instance *rule = add(all, "rule", "g");
   add(all, "rule", "g");
-  for (const char *cls : {"radio", "rule"}) {
-    vorn_instance *equal = make(cls, cls == std::string("radio") ? "r" : "g");
-    EXPECT_EQ(vorn_instances_remove(all, equal), 1);
-    vorn_instance_delete(equal);
-  }
+  const vorn::OwnedInstance equal[] = {vorn::OwnedInstance(make("radio", "r")),
+                                       vorn::OwnedInstance(make("rule", "g"))};
+  for (const auto &instance : equal) EXPECT_EQ(vorn_instances_remove(all, instance.get()), 1);
   EXPECT_EQ(add(all, "radio", "r"), nullptr);
   EXPECT_EQ(events, "+r+g+g");
   vorn_instances_remove(all, radio);
@@ -138,17 +119,17 @@ TEST_F(Instances, RemoveGoesByIdentityAndTellsTheListener) {
 }
 
 TEST_F(Instances, WholeClassesLeaveWithOrWithoutTheirInstances) {
-  vorn_instances_set_listener(
-      all,
-      [](vorn_instance *, int event, void *) { return event == VORN_INSTANCES_REMOVED ? abort(), 0 : 0; },
-      nullptr);
+  const auto fail_on_removal = [](vorn_instance *, int event, void *) {
+    EXPECT_EQ(event, VORN_INSTANCES_ADDED);
+    return 0;
+  };
+  vorn_instances_set_listener(all, fail_on_removal, nullptr);
   vorn_instance *kept[] = {add(all, "rule", "g"), add(all, "rule", "g"), add(all, "server")};
   add(all, "wire", "w");
   EXPECT_EQ(vorn_instances_remove_class(all, "rule"), 0);
   EXPECT_EQ(vorn_instances_remove_class(all, "server"), 0);
   EXPECT_EQ(vorn_instances_delete_class(all, "port"), 0); // an abstract class has no instances of its own
   EXPECT_EQ(all_names(all), "wire:w");
-  EXPECT_EQ(vorn_instances_delete_class(all, "wire"), 0);
   EXPECT_EQ(vorn_instances_delete_class(all, "wire"), 0);
   EXPECT_EQ(vorn_instances_delete_class(all, "nothing"), 1);
   EXPECT_EQ(vorn_instances_is_empty(all), 1);
@@ -159,14 +140,9 @@ TEST_F(Instances, CopyIsDeepAndKeepsTheOrder) {
   add(all, "rule", "g1", {{"action", "1"}});
   add(all, "system", nullptr, {{"host", "h"}});
   for (const char *name : {"g2", "g1"}) add(all, "rule", name);
-  add(all, "server", nullptr, {{"address", "1"}});
-  add(all, "server", nullptr, {{"address", "2"}});
-  for (const char *name : {"b", "a"}) add(all, "radio", name);
+  for (const char *address : {"2", "1"}) add(all, "server", nullptr, {{"address", address}});
   const vorn::OwnedInstances copy(vorn_instances_copy(all));
-  const auto text = [](const vorn_instances *instances) {
-    return printed([&](FILE *out) { vorn_instances_print(instances, out); });
-  };
-  EXPECT_EQ(text(copy.get()), text(all));
+  EXPECT_EQ(printed(vorn_instances_print, copy.get()), printed(vorn_instances_print, all));
   vorn_instance_set_value(vorn_instances_get_singleton(copy.get(), "system"), "host", "other");
   EXPECT_STREQ(vorn_instance_get_value(vorn_instances_get_singleton(all, "system"), "host"), "h");
 }
