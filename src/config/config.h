@@ -25,9 +25,33 @@ VORN_API int vorn_config_dump_running(const char *path) VORN_NOEXCEPT;
  * Returns as vorn_config_dump_running. */
 VORN_API int vorn_config_copy_running_to_startup(void) VORN_NOEXCEPT;
 
-/* Loads the startup file as a new running configuration and commits it. What is wrong in the file is reported
- * and left out. Returns 0, or 1 when no configuration could be read; the running one then stays as it was. */
+/* Loads the startup file as a new running configuration and commits it; one that cannot be read is made anew
+ * of the default or the rescue file. What is wrong in the file is reported and left out. Returns 0, or 1 when
+ * no configuration could be read; the running one then stays as it was. */
 VORN_API int vorn_config_copy_startup_to_running(void) VORN_NOEXCEPT;
+
+/* Counts this boot as failed until it is confirmed, 20 seconds later; after five in a row that were not,
+ * removes the startup file, so that the default is used. A boot that finds a backup to restore is not
+ * counted. Returns 0, or -1 when the counter "/etc/config/configBootFailures" cannot be kept. */
+VORN_API int vorn_config_init(void) VORN_NOEXCEPT;
+
+/* Confirms the boot: what vorn_config_init has the loop call. */
+VORN_API void vorn_config_delay_check(void *eloop_data, void *user_data) VORN_NOEXCEPT;
+
+/* Writes the running configuration, with its checksum, as the default "/etc/defaultconfig.xml". Returns 0, or
+ * 1 with the reason logged. */
+VORN_API int vorn_config_copy_running_to_default(void) VORN_NOEXCEPT;
+
+/* Makes the startup file of the default or, where that cannot be used, of the rescue file, and tells the
+ * subscribers. Why not is logged. Returns 0 when the default was used, else 1. */
+VORN_API int vorn_config_copy_default_to_startup(void) VORN_NOEXCEPT;
+
+/* Copies the rescue file "/etc/rescueconfig.xml", which comes with the firmware, over the startup file, and
+ * tells the subscribers. Returns 0, also when it could not be copied, which is logged. */
+VORN_API int vorn_config_copy_rescue_to_startup(void) VORN_NOEXCEPT;
+
+/* Removes the default, so that the rescue file is fallen back on. Returns 0, or 1 with the reason logged. */
+VORN_API int vorn_config_copy_rescue_to_default(void) VORN_NOEXCEPT;
 
 /* Loads the backup file "/etc/config/backup_config.xml" as a new running configuration and commits it; one
  * that cannot be read changes nothing. Returns 0. */

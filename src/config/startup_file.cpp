@@ -1,6 +1,7 @@
 // The startup file: the copy of the running configuration that survives a reboot.
 #include "config/config.h"
 #include "config/config_reader.hpp"
+#include "config/paths.hpp"
 #include "core/debug.h"
 #include "core/handles.hpp"
 #include "query/notify.h"
@@ -14,11 +15,10 @@
 
 namespace {
 
+using vorn::backup_path;
 using vorn::CString;
 using vorn::Descriptor;
-
-constexpr char startup_path[] = "/etc/config/config.xml";
-constexpr char backup_path[] = "/etc/config/backup_config.xml";
+using vorn::startup_path;
 
 char *error_document(const char *message) {
   constexpr char format[] = "<?xml version=\"1.0\"?><error>%s</error>\n";
@@ -41,8 +41,12 @@ int vorn_config_copy_startup_to_running() noexcept {
   vorn::XmlDocument document = vorn::open_config(startup_path);
   if (!document) {
     vorn_debug_eprintf("Unable to parse startup config - resetting to default.\n");
-    // Not connected yet: rebuilding the startup file from the default configuration, and opening it again.
-    return vorn_debug_eprintf("Unable to read the default either."), 1;
+    vorn_config_copy_default_to_startup();
+    document = vorn::open_config(startup_path);
+  }
+  if (!document) {
+    vorn_debug_eprintf("Unable to read the default either.");
+    return 1;
   }
   return vorn::load_config(std::move(document));
 }

@@ -2,6 +2,7 @@
 
 #include "core/agent.h"
 #include "core/debug.h"
+#include "process/watchdog.h"
 #include <cstdio>
 #include <cstdlib>
 #include <unistd.h>
@@ -37,7 +38,7 @@ void raise_debug_level(Options &options) {
 
 void disable_actions() {
   vorn_process_no_actions = 1;
-  // Not connected yet: stopping the watchdog.
+  vorn_watchdog_stop();
 }
 
 } // namespace

@@ -5,6 +5,8 @@
 #include "core/eloop.h"
 #include "model/classes.h"
 #include "model/instances.h"
+#include "process/service.h"
+#include "process/watchdog.h"
 #include <csignal>
 #include <cstdlib>
 
@@ -21,20 +23,16 @@ void dump_state(int) {
   FILE *stream = vorn_debug_get_stream();
   vorn_classes_print(stream);
   if (const vorn_instances *running = vorn_config_get_running()) vorn_instances_print(running, stream);
-  // Not connected yet: the table of services.
+  vorn_service_print(stream);
   fflush(stream);
 }
 
-void reap_children(int) {
-  // Not connected yet: services that have ended.
-}
+void reap_children(int number) { vorn_service_sig_child(number, nullptr, nullptr); }
 
-void stop_watchdog(int) {
-  // Not connected yet: the watchdog.
-}
+void stop_watchdog(int) { vorn_watchdog_stop(); }
 
 [[noreturn]] void stop(int number) {
-  // Not connected yet: stopping the services.
+  vorn_service_shutdown();
   kill(0, SIGTERM);
   vorn_debug_printf("Exit due to signal %d.\n", number);
   exit(0);

@@ -2,6 +2,7 @@
 
 #include "commit/providers.h"
 #include "config/config.h"
+#include "config/paths.hpp"
 #include "core/agent.hpp"
 #include "core/debug.h"
 #include "core/eloop.h"
@@ -10,6 +11,9 @@
 #include "core/signals.hpp"
 #include "model/classes.h"
 #include "plugins/loader.hpp"
+#include "process/command.h"
+#include "process/service.h"
+#include "process/watchdog.h"
 #include "query/inform.h"
 #include "query/lsql_server.hpp"
 #include "query/notify.h"
@@ -18,6 +22,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace vorn {
@@ -27,8 +32,8 @@ namespace {
 constexpr char pid_path[] = "/var/run/vorn.pid";
 constexpr char null_path[] = "/dev/null";
 constexpr char panic_path[] = "/proc/sys/kernel/panic";
-constexpr char backup_path[] = "/etc/config/backup_config.xml";
 constexpr char rebuild_path[] = "/etc/rebuild";
+constexpr char post_init_path[] = "/etc/post-init";
 
 constexpr unsigned periodic_seconds = 2;
 constexpr unsigned rebuild_seconds = 16;
@@ -44,6 +49,8 @@ bool can_be_read(const char *path) { return File(fopen(path, "re")) != nullptr; 
 void check(int failed, const char *text) {
   if (failed) vorn_debug_fatal(text);
 }
+
+void count_boot() { check(vorn_config_init() < 0, "vorn_config_init() failed."); }
 
 void close_schema() {
   check(vorn_plugins_init(), "Plugins were invalid.");
@@ -124,7 +131,8 @@ void open_interfaces() {
 }
 
 void periodic(void *, void *) {
-  // Not connected yet: polling the services, then feeding the watchdog.
+  vorn_service_poll();
+  vorn_watchdog_ack();
   eloop_register_timeout(periodic_seconds, 0, periodic, nullptr, nullptr);
 }
 
@@ -141,7 +149,8 @@ void announce() {
   sleep(settle_seconds);
   run_shell("sync");
   run_shell("/usr/sbin/version &");
-  // Not connected yet: running "/etc/post-init" where it exists.
+  struct stat status;
+  if (stat(post_init_path, &status) == 0) vorn_command_execl(post_init_path, static_cast<char *>(nullptr));
 }
 
 int end_agent() {
@@ -154,21 +163,21 @@ int end_agent() {
 
 int run_agent(int argc, char **argv) {
   vorn_debug_init();
-  // Not connected yet: feeding the watchdog before the slow part of start-up.
+  vorn_watchdog_ack(); // the slow part begins
   const Options options = parse_options(argc, argv);
   if (options.debug_level != vorn_debug_get()) vorn_debug_set(options.debug_level);
   vorn_providers_init();
   eloop_init(nullptr);
-  // Not connected yet: the table of services.
+  vorn_service_init();
   close_schema();
   if (!options.foreground) daemonize();
   install_signal_handlers();
-  // Not connected yet: counting failed boots.
+  count_boot();
   set_panic_timeout();
   load_startup_configuration();
   handle_backup();
   open_interfaces();
-  // Not connected yet: feeding the watchdog behind the slow part of start-up.
+  vorn_watchdog_ack();
   eloop_register_timeout(periodic_seconds, 0, periodic, nullptr, nullptr);
   register_signal_handlers();
   write_pid_file();

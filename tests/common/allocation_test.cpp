@@ -10,6 +10,8 @@
 #include "config/running.hpp"
 #include "core/eloop.h"
 #include "core/outbox.hpp"
+#include "process/command.h"
+#include "process/service.h"
 #include "query/inform.hpp"
 #include "query/query.h"
 
@@ -115,7 +117,7 @@ TEST_F(Allocation, OfRecorders) {
   for (vorn_instances_iterator it(*all); it.has_next();) EXPECT_EQ(it.next()->listener, nullptr);
 }
 
-TEST_F(Allocation, OfCommittersRefreshersAndInforms) {
+TEST_F(Allocation, OfWhatPluginsRegisterAndRun) {
   const std::unique_ptr<vorn_committer> committer(vorn_committer_new());
   const std::unique_ptr<vorn_refresher> refresher(vorn_refresher_new("radio"));
   const auto change = [](vorn_instance *, const char *, const char *, const char *) { return 0; };
@@ -126,8 +128,11 @@ TEST_F(Allocation, OfCommittersRefreshersAndInforms) {
       },
       [&] { return vorn_refresher_set_property_fn(refresher.get(), "a long property name", refresh); },
       [] { return vorn_inform_fn_add("an object with a long name", [] { return 0; }); },
+      [] { return vorn_service_set_exited_fn("a service with a long name", nullptr, nullptr); },
+      [] { return vorn_command_execl("true", "with", "arguments", nullptr); },
   };
   vorn_inform_fn_add("first", [] { return 0; }); // makes the table
+  vorn_service_init();
   for (const auto &attempt : attempts) {
     const long blocks = live_blocks;
     EXPECT_GT(fail_each_allocation([&] { return attempt() == 0; }, [&] { EXPECT_EQ(live_blocks, blocks); }),

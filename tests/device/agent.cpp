@@ -34,8 +34,10 @@ void prepare_device(std::initializer_list<const char *> plugins, const std::stri
   const std::string from = getenv("VORN_TEST_PLUGINS");
   // By name: the repository itself may stand below /tmp.
   std::string command = "mkdir -p /usr/lib/vorn/plugins /etc/config && : > /dev/console && rm -rf "
-                        "/usr/lib/vorn/plugins/* /etc/config/* /etc/rebuild /var/log/*.log /var/run/vorn.pid "
-                        "/tmp/commits /tmp/live /tmp/output /tmp/reply";
+                        "/usr/lib/vorn/plugins/* /etc/config/* /etc/*config.xml /etc/post-init /etc/rebuild "
+                        "/var/log/*.log /var/run/vorn.pid "
+                        "/dev/watchdog /tmp/factory-reset /tmp/defaultconfig* /tmp/md5.gen /tmp/commits "
+                        "/tmp/live /tmp/output /tmp/reply";
   for (const char *plugin : plugins) command += " && cp " + from + "/" + plugin + " /usr/lib/vorn/plugins/";
   ASSERT_EQ(system(command.c_str()), 0);
   if (!config.empty()) write_file(config_path, config);
@@ -149,6 +151,12 @@ std::string Connection::receive_now() {
 
 std::string length_prefix(unsigned length) {
   return std::string(reinterpret_cast<char *>(&length), sizeof length);
+}
+
+std::string inform(const std::string &parameters) {
+  Connection client = Connection::local("vorn_sock_inform");
+  client.send(length_prefix(0) + length_prefix(static_cast<unsigned>(parameters.size())) + parameters);
+  return client.receive();
 }
 
 std::string request(const std::string &text) {

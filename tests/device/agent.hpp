@@ -71,6 +71,9 @@ private:
 // A length prefix in the host's byte order.
 std::string length_prefix(unsigned length);
 
+// Sends parameters to the inform socket and returns the answer.
+std::string inform(const std::string &parameters);
+
 // Sends a request to the local socket and returns the reply, "" when there is none.
 std::string request(const std::string &text);
 // As above, with the operations only; returns what stands in the result's root.

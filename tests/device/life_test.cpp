@@ -36,7 +36,7 @@ Connection subscriber() {
 }
 
 TEST_F(Life, BootLoadsAndCommitsTheConfiguration) {
-  EXPECT_EQ(Agent::log(), "vorn: Initialization complete.\r\n");
+  EXPECT_EQ(Agent::log(), "vorn: Watchdog stopped (before start).\nvorn: Initialization complete.\r\n");
   EXPECT_EQ(read_file("/tmp/commits"), "changed system: wire:w radio:a rule:g deleted\n");
   EXPECT_EQ(read_file(config_path), config); // untouched
   EXPECT_EQ(read_file("/var/run/vorn.pid"), std::to_string(agent->pid()) + "\n");
@@ -182,7 +182,7 @@ TEST_F(Life, RestartKeepsEveryValueAndTermEndsTheWholeGroup) {
   agent = std::make_unique<Agent>();
   EXPECT_EQ(lsql(all), before);
   EXPECT_NE(before.find("<text>  </text>"), string::npos);
-  EXPECT_EQ(Agent::log(), "vorn: Initialization complete.\r\n");
+  EXPECT_EQ(Agent::log(), "vorn: Watchdog stopped (before start).\nvorn: Initialization complete.\r\n");
 }
 
 } // namespace

@@ -1,7 +1,9 @@
 /* What the agent of the device tests manages: every kind of class, a provider that notes what it is asked to
  * do, and one behind it that saves the configuration. */
+#include <signal.h>
 #include <stdio.h>
 #include <string.h>
+#include <unistd.h>
 #include <vorn.h>
 
 static int not_bad(const char *value) { return strcmp(value, "bad") != 0; }
@@ -75,6 +77,7 @@ static int apply(vorn_commit_info *info) {
   for_each(vorn_changes_new_deleted_class_instances_iterator(changes, NULL), note_name, out);
   fputs("\n", out);
   fclose(out);
+  if (access("/tmp/slow", F_OK) == 0) vorn_command_execl("sleep", "100", NULL);
   if (!vorn_instances_is_empty(vorn_commit_info_get_before(info)))
     for_each(vorn_changes_new_class_instances_iterator(changes, "radio"), announce_radio, NULL);
   return 0;
@@ -97,6 +100,22 @@ static int save(vorn_commit_info *info) {
                                                                     : vorn_config_copy_running_to_startup();
 }
 
+static void service_ended(void *value) {
+  vorn_debug_printf("%s ended.\n", (const char *)value);
+  vorn_service_set_exited_fn("child", service_ended, value);
+  vorn_service_execl("child", "sleep", "100", NULL);
+}
+
+/* Does with a service what the request asks for. */
+static int serve(void) {
+  const char *script = vorn_inform_get_value("start");
+  if (!script) return vorn_service_stop("child", SIGTERM, 100000) != 1;
+  vorn_service_set_exited_fn("child", service_ended, (void *)"The child");
+  return vorn_service_execl("child", "sh", "-c", script, NULL);
+}
+
+static int keep_default(void) { return vorn_config_copy_running_to_default(); }
+
 static int note_inform(void) {
   const char *state = vorn_inform_get_value("state");
   if (!state || strcmp(state, "bad") == 0) return 1;
@@ -118,6 +137,8 @@ int vorn_plugin_init(void) {
   vorn_provider_set_commit_fn(provider, apply, NULL);
   vorn_provider_set_refresh_fn(provider, refresh, NULL);
   vorn_providers_add(provider);
-  if (vorn_inform_fn_add("wan", note_inform) != 0) return 1;
+  if (vorn_inform_fn_add("wan", note_inform) != 0 || vorn_inform_fn_add("service", serve) != 0 ||
+      vorn_inform_fn_add("default", keep_default) != 0)
+    return 1;
   return vorn_providers_order("apply", "save");
 }

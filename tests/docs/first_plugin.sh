@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # first_plugin.sh STAGE: the plugins of docs/plugins.md build against the headers of the agent installed in STAGE, need
-# nothing that it does not export, and do on a private device what the page shows. Exit status 77 if there can be no
-# device here.
+# nothing that it does not export, and do on a private device what the pages show, docs/boot.md included. Exit status 77
+# if there can be no device here.
 set -euo pipefail
 
 stage=$(realpath -- "$1")
@@ -14,12 +14,13 @@ fail() {
   exit 1
 }
 
-blocks() { # blocks LANGUAGE HEADING: the page's code blocks of that language below that heading of the second level
+blocks() { # blocks LANGUAGE HEADING: the code blocks of that language below that heading of the second level
   awk -v language="$1" -v heading="## $2" '
+    FNR == 1 { below = 0 }
     /^```/ { fenced = !fenced; wanted = fenced && below && $0 == "```" language; found = found || wanted; next }
     !fenced && /^## / { below = $0 == heading }
     wanted
-    END { exit !found }' "$top/docs/plugins.md" || fail "the page has no $1 block below \"$2\"."
+    END { exit !found }' "$top/docs/plugins.md" "$top/docs/boot.md" || fail "no page has a $1 block below \"$2\"."
 }
 
 # ---- Each plugin builds and finds its functions ----
@@ -42,9 +43,11 @@ declare -A headings=(
   [first]='A first plugin'
   [second]='A second one, piece by piece'
   [third]='A third one, with tables'
+  [fourth]='A fourth one, with a daemon'
+  [boot]='The default file'
 )
 
-for name in "${!headings[@]}"; do
+for name in first second third fourth; do
   blocks c "${headings[$name]}" >"$work/$name.c"
   check_plugin "$name"
 done
@@ -65,12 +68,12 @@ session() {
   done
 }
 
-run_session() { # run_session NAME [OTHER]...: that of the plugin NAME, with the others installed beside it
+run_session() { # run_session NAME PLUGIN...: the session below NAME's heading, with these plugins installed
   local name place=$work/$1
   mkdir -- "$place"
   cp -R -- "$stage" "$place/root"
   rm -f -- "$place/root/usr/lib/vorn/plugins"/*
-  for name; do cp -- "$work/$name.vorn" "$place/root/usr/lib/vorn/plugins/"; done
+  for name in "${@:2}"; do cp -- "$work/$name.vorn" "$place/root/usr/lib/vorn/plugins/"; done
   blocks console "${headings[$1]}" >"$place/page"
   session <"$place/page" >"$place/session"
   chmod +x "$place/session"
@@ -81,6 +84,8 @@ run_session() { # run_session NAME [OTHER]...: that of the plugin NAME, with the
 }
 
 "$top/scripts/device" --check || exit # with 77
-run_session first
-run_session second
-run_session third second
+run_session first first
+run_session second second
+run_session third third second
+run_session fourth fourth
+run_session boot first

@@ -1,0 +1,175 @@
+// The configurations to fall back on: the default, which carries a checksum, and the rescue configuration
+// that comes with the firmware.
+#include "config/config.h"
+#include "config/config_reader.hpp"
+#include "config/default_header.hpp"
+#include "config/paths.hpp"
+#include "core/debug.h"
+#include "core/guard.hpp"
+#include "core/handles.hpp"
+#include "process/command.h"
+#include "query/notify.h"
+#include "query/query_state.h"
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+using vorn::default_path;
+using vorn::File;
+using vorn::rescue_path;
+using vorn::startup_path;
+
+constexpr char body_path[] = "/tmp/defaultconfig.xml";
+constexpr char checklist_path[] = "/tmp/defaultconfig.xml.md5"; // what md5sum -c reads
+constexpr char md5_path[] = "/tmp/md5.gen";
+constexpr char md5_command[] = "/usr/bin/md5sum /tmp/defaultconfig.xml > /tmp/md5.gen";
+
+// The codes of a default that cannot be used.
+enum {
+  done = 0,
+  absent = 1,
+  no_body = 2,
+  no_checklist = 3,
+  wrong_checksum = 4,
+  unreadable = 5,
+  bad_header = 100
+};
+
+constexpr size_t block_size = 1024;
+
+int cannot_open(const char *path, int code) { return vorn_debug_eprintf("Can't open %s.\n", path), code; }
+
+// Copies at most so many bytes, fewer when the source ends before. Returns whether all that was read could be
+// written; closes the target.
+bool copy_bytes(const File &from, File to, long count) {
+  char block[block_size];
+  bool written = true;
+  while (count > 0 && written) {
+    const size_t got =
+        fread(block, 1, std::min<size_t>(sizeof block, static_cast<size_t>(count)), from.get());
+    if (got == 0) break;
+    written = fwrite(block, 1, got, to.get()) == got;
+    count -= static_cast<long>(got);
+  }
+  const bool closed = fclose(to.release()) == 0;
+  return written && closed;
+}
+
+// Makes the startup file a copy of another one. That is opened first: without it the startup file stays as it
+// is. The log tells what the device comes up on, which is called `name`.
+void copy_to_startup(const char *path, const char *name) {
+  const File from(fopen(path, "re"));
+  if (!from) return vorn_debug_eprintf("vorn_config_cp: Can't open %s\n", path);
+  File to(fopen(startup_path, "we"));
+  if (!to) return vorn_debug_eprintf("vorn_config_cp: Can't open %s\n", startup_path);
+  if (copy_bytes(from, std::move(to), LONG_MAX))
+    vorn_debug_printf("The startup configuration is now the %s configuration.\n", name);
+  else
+    vorn_debug_perror(startup_path);
+}
+
+void announce() {
+  sync();
+  vorn_notify_conf_change(vorn_query_origin);
+}
+
+// ---- From the default ----
+
+int extract_body(const File &file, const vorn::DefaultHeader &header) {
+  File body(fopen(body_path, "we"));
+  if (!body) return cannot_open(body_path, no_body);
+  copy_bytes(file, std::move(body), header.length); // a short one has another checksum
+  const File checklist(fopen(checklist_path, "we"));
+  if (!checklist) return cannot_open(checklist_path, no_checklist);
+  fprintf(checklist.get(), "%s  %s\n", header.md5.c_str(), body_path);
+  return done;
+}
+
+int check_body() {
+  if (vorn_command_execl("/usr/bin/md5sum", "-c", checklist_path, static_cast<char *>(nullptr)) == 0)
+    return done;
+  vorn_debug_eprintf("%s failed checksum.\n", default_path);
+  return wrong_checksum;
+}
+
+int extract_default() {
+  const File file(fopen(default_path, "re"));
+  if (!file && errno == ENOENT) {
+    vorn_debug_1printf("Default file %s does not exist.\n", default_path);
+    return absent;
+  }
+  if (!file) return cannot_open(default_path, unreadable);
+  vorn::DefaultHeader header;
+  if (const int fault = vorn::read_default_header(file.get(), header)) return bad_header + fault;
+  if (const int fault = extract_body(file, header)) return fault;
+  if (const int fault = check_body()) return fault;
+  copy_to_startup(body_path, "default");
+  return done;
+}
+
+// ---- To the default ----
+
+// Returns the size of the body in bytes, or -1, reported. The writer does not tell whether it could write,
+// and what is no configuration must not replace a default that is one.
+long write_body() {
+  struct stat status;
+  unlink(body_path);
+  if (vorn_config_dump_running(body_path) != 0) return -1;
+  if (stat(body_path, &status) != 0) return vorn_debug_eprintf("Can't stat %s.\n", body_path), -1;
+  return vorn::open_config(body_path) ? static_cast<long>(status.st_size) : -1;
+}
+
+// Returns whether the checksum of the body could be made.
+bool read_md5(char (&md5)[33]) {
+  unlink(md5_path);
+  if (system(md5_command) == -1) vorn_debug_perror(md5_command);
+  const File file(fopen(md5_path, "re"));
+  if (!file) return cannot_open(md5_path, false);
+  if (fscanf(file.get(), "%32s", md5) == 1) return true;
+  vorn_debug_eprintf("No checksum in %s.\n", md5_path);
+  return false;
+}
+
+int write_default(long size, const char *md5) {
+  File file(fopen(default_path, "we"));
+  if (!file) return cannot_open(default_path, 1);
+  const File body(fopen(body_path, "re"));
+  if (!body) return cannot_open(body_path, 1);
+  fprintf(file.get(), "Version: 1\nLength: %ld\nMD5sum: %s\n\n", size, md5);
+  if (copy_bytes(body, std::move(file), size)) return 0;
+  vorn_debug_perror(default_path);
+  return 1;
+}
+
+} // namespace
+
+int vorn_config_copy_running_to_default() noexcept {
+  char md5[33] = "";
+  const long size = write_body();
+  return size >= 0 && read_md5(md5) ? write_default(size, md5) : 1;
+}
+
+int vorn_config_copy_default_to_startup() noexcept {
+  const int code = vorn::guarded<int>(unreadable, extract_default);
+  if (code == done) return announce(), 0;
+  if (code != absent) vorn_debug_eprintf("Error %d copying default config.\n", code);
+  vorn_config_copy_rescue_to_startup();
+  return 1;
+}
+
+int vorn_config_copy_rescue_to_startup() noexcept {
+  copy_to_startup(rescue_path, "rescue");
+  announce();
+  return 0;
+}
+
+int vorn_config_copy_rescue_to_default() noexcept {
+  if (unlink(default_path) == 0) return 0;
+  vorn_debug_perror("unlink");
+  return 1;
+}

@@ -1,0 +1,14 @@
+// Where the configurations lie.
+#ifndef VORN_CONFIG_PATHS_HPP
+#define VORN_CONFIG_PATHS_HPP
+
+namespace vorn {
+
+constexpr char startup_path[] = "/etc/config/config.xml";
+constexpr char backup_path[] = "/etc/config/backup_config.xml";
+constexpr char default_path[] = "/etc/defaultconfig.xml";
+constexpr char rescue_path[] = "/etc/rescueconfig.xml";
+
+} // namespace vorn
+
+#endif
