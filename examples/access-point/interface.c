@@ -4,13 +4,15 @@
 #include "network.h"
 #include "values.h"
 
-#include <net/if.h>
+#include <netinet/in.h>
+#include <stdio.h>
 #include <string.h>
 
 /* Of IPv4 the least that every host must take (RFC 791), and jumbo frames. A device that can do less refuses.
  */
 enum { LEAST_MTU = 576, GREATEST_MTU = 9000 };
 
+enum { GREATEST_PREFIX = 32 };   /* bits */
 enum { GREATEST_TX_POWER = 30 }; /* dBm */
 enum { GREATEST_CHANNEL = 255 };
 enum { DOMAIN = 1 }; /* the regulatory domain that this device is sold in */
@@ -50,10 +52,14 @@ static int channel_fits_mode(vorn_instance *instance, const char *channel) {
 
 static int is_tx_power(const char *value) { return in_range(value, 0, GREATEST_TX_POWER); }
 
-/* The instance's name is the device's. It becomes part of file names and an argument of a program, so it must
- * be neither a path nor an option. */
-static int is_device_name(const char *name) {
-  return made_of(name, 1, IFNAMSIZ - 1, LETTERS DIGITS "..__--") && strchr("._-", name[0]) == NULL;
+/* An IPv4 address with the length of its network's prefix, "192.0.2.1/24"; empty for none. */
+static int is_network_address(const char *value) {
+  char address[INET_ADDRSTRLEN];
+  size_t length = strcspn(value, "/");
+  if (value[0] == '\0') return 1;
+  if (length >= sizeof address || value[length] == '\0') return 0;
+  snprintf(address, sizeof address, "%.*s", (int)length, value);
+  return is_ipv4(address) && in_range(value + length + 1, 1, GREATEST_PREFIX);
 }
 
 static int has_device_name(vorn_instances *collection, vorn_instance *instance) {
@@ -65,10 +71,11 @@ static const struct property_row interface_properties[] = {
     {"description", SETTING, is_text, NULL},
     {"enabled", REQUIRED, is_flag, NULL},
     {"mtu", SETTING, is_mtu, NULL},
+    {"address", SETTING, is_network_address, NULL},
     {"status", LIVE, NULL, NULL}, /* up or down */
     {"mac", LIVE, NULL, NULL},
-    {"ip-address", LIVE, NULL, NULL},
-    {"carrier", LIVE, NULL, NULL}, /* up or down, as some program has told last */
+    {"ip-address", LIVE, NULL, NULL}, /* the first one, whoever has set it */
+    {"carrier", LIVE, NULL, NULL},    /* up or down, as some program has told last */
     {NULL, LIVE, NULL, NULL},
 };
 

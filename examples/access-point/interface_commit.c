@@ -1,22 +1,29 @@
 /* Makes the kernel's network devices follow the interfaces of the configuration, with the program ip(8). */
 #include "commits.h"
 #include "network.h"
-#include "program.h"
 
 #include <net/if.h>
 #include <string.h>
+#include <sys/wait.h>
+
+#define END ((char *)NULL)
+
+/* What the program itself has said is in the log of an agent with option -d. */
+static void check(int status, const char *device, const char *attribute, const char *value) {
+  if (status == 0) return;
+  vorn_debug_eprintf("interfaces: setting %s %s%s%s failed (%d).\n", device, attribute,
+                     value != NULL ? " " : "", value != NULL ? value : "",
+                     WIFEXITED(status) ? WEXITSTATUS(status) : -1);
+}
 
 /* Sets one attribute of a device: "mtu" to a value, or "up" or "down" without one. */
 static void set_link(const char *device, const char *attribute, const char *value) {
-  const char *const argv[] = {"ip", "link", "set", "dev", device, attribute, value, NULL};
-  const char *blank = value != NULL ? " " : "";
-  const char *shown = value != NULL ? value : "";
-  vorn_debug_1printf("interfaces: setting %s %s%s%s.\n", device, attribute, blank, shown);
-  if (vorn_process_no_actions) return;
-  int status = run_program(argv);
-  if (status != 0)
-    vorn_debug_eprintf("interfaces: setting %s %s%s%s failed (%d).\n", device, attribute, blank, shown,
-                       status);
+  check(vorn_command_execl("ip", "link", "set", "dev", device, attribute, value, END), device, attribute,
+        value);
+}
+
+static void clear_addresses(const char *device) {
+  check(vorn_command_execl("ip", "-4", "address", "flush", "dev", device, END), device, "address", NULL);
 }
 
 static int device_exists(const char *device) {
@@ -28,6 +35,16 @@ static int device_exists(const char *device) {
 static int set_mtu(vorn_instance *instance, const char *property, const char *value, const char *old) {
   const char *device = vorn_instance_get_name(instance);
   if (!is_same(value, old) && device_exists(device)) set_link(device, property, value);
+  return 0;
+}
+
+/* It takes the place of all others. */
+static int set_address(vorn_instance *instance, const char *property, const char *value, const char *old) {
+  const char *device = vorn_instance_get_name(instance);
+  if (is_same(value, old) || !device_exists(device)) return 0;
+  clear_addresses(device);
+  if (value[0] != '\0')
+    check(vorn_command_execl("ip", "address", "add", value, "dev", device, END), device, property, value);
   return 0;
 }
 
@@ -43,17 +60,20 @@ static int set_enabled(vorn_instance *instance, const char *property, const char
 static int shut_down(vorn_instance *before, vorn_commit_info *info) {
   (void)info;
   const char *device = vorn_instance_get_name(before);
-  if (device_exists(device)) set_link(device, "down", NULL);
+  if (!device_exists(device)) return 0;
+  set_link(device, "down", NULL);
+  clear_addresses(device);
   return 0;
 }
 
 /* The callbacks are for the abstract class, which makes them those of all kinds of interfaces. Properties
- * come in the order of their registration: the size before the state, so that no frame leaves a port with the
- * wrong one. */
+ * come in the order of their registration: the state last, so that no frame leaves a port with the wrong size
+ * or address. */
 vorn_committer *new_interface_committer(void) {
   vorn_committer *committer = vorn_committer_new();
   if (vorn_committer_set_instance_delete_fn(committer, "interface", shut_down) != 0) return NULL;
   if (vorn_committer_set_property_change_fn(committer, "interface", "mtu", set_mtu) != 0) return NULL;
+  if (vorn_committer_set_property_change_fn(committer, "interface", "address", set_address) != 0) return NULL;
   if (vorn_committer_set_property_change_fn(committer, "interface", "enabled", set_enabled) != 0) return NULL;
   return committer;
 }

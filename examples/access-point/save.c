@@ -1,5 +1,8 @@
 /* The plugin that makes every change survive a reboot. It has no classes: whoever leaves it out gets a device
- * on which changes are tried until the next start. */
+ * on which changes are tried until the next start. On request it also keeps the configuration as the one to
+ * fall back on when the saved one cannot be read:
+ *
+ *   lsql inform configuration action=keep-as-default */
 #include "commits.h"
 #include "declare.h"
 
@@ -30,14 +33,22 @@ static int commit(vorn_commit_info *info) {
 /* Saving comes last: subscribers are told then, and what they are told of has taken effect. A provider that
  * is missing does no harm in the order. */
 static int come_last(void) {
-  static const char *const others[] = {"system", "interfaces", "wireless", "wireless-files", "syslog"};
+  static const char *const others[] = {"system",         "interfaces", "wireless",
+                                       "wireless-files", "syslog",     "dhcp"};
   for (size_t i = 0; i < sizeof others / sizeof others[0]; i++)
     if (vorn_providers_order(others[i], "save") != 0) return 1;
   return 0;
 }
 
+static int take_order(void) {
+  const char *action = vorn_inform_get_value("action");
+  if (is_same(action, "keep-as-default")) return vorn_config_copy_running_to_default();
+  vorn_debug_eprintf("configuration: action \"%s\" is not known.\n", action != NULL ? action : "");
+  return 1;
+}
+
 int vorn_plugin_init(void) {
   if (!plugin_is_accepted()) return 1;
-  if (come_last() != 0) return 1;
+  if (come_last() != 0 || vorn_inform_fn_add("configuration", take_order) != 0) return 1;
   return declare_provider(&(struct provider_row){.name = "save", .commit = commit});
 }

@@ -1,6 +1,7 @@
 #include "values.h"
 
 #include <arpa/inet.h>
+#include <net/if.h>
 #include <string.h>
 #include <vorn.h>
 
@@ -46,6 +47,10 @@ int is_ipv4(const char *value) {
 /* The lowest bit of the first byte marks the address of a group (IEEE 802). */
 int is_mac(const char *value) {
   return vorn_input_is_mac(value, (int)strlen(value)) && strchr("02468aceACE", value[1]) != NULL;
+}
+
+int is_device_name(const char *value) {
+  return made_of(value, 1, IFNAMSIZ - 1, LETTERS DIGITS "..__--") && strchr("._-", value[0]) == NULL;
 }
 
 int is_port(const char *value) { return in_range(value, 1, 65535); }

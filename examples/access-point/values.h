@@ -27,4 +27,8 @@ int is_ipv4(const char *value); /* dotted decimal */
 int is_mac(const char *value);  /* of one station, not of a group: 02:00:5e:10:00:01 */
 int is_port(const char *value); /* 1 to 65535 */
 
+/* Names of network devices become parts of file names and arguments of programs, so they must be neither a
+ * path nor an option. */
+int is_device_name(const char *value);
+
 #endif

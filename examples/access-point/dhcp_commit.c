@@ -1,0 +1,61 @@
+/* Keeps the daemon in step with the configuration. */
+#include "commits.h"
+#include "dhcp.h"
+#include "files.h"
+#include "supervise.h"
+
+#include <signal.h>
+#include <stdlib.h>
+
+#define FILE_PATH "/var/run/dnsmasq.conf"
+
+#define PROGRAM "dnsmasq"
+
+static char *const argv[] = {PROGRAM, "--keep-in-foreground", "--conf-file=" FILE_PATH, NULL};
+static struct supervised daemon_program = {.name = DHCP_SERVICE, .argv = argv};
+
+static void write_text(FILE *file, void *text) { fputs(text, file); }
+
+static int apply(char *text) {
+  if (text == NULL) {
+    supervise_stop(&daemon_program);
+    remove_file(FILE_PATH);
+    return 0;
+  }
+  if (replace_file(FILE_PATH, 0644, write_text, text) != 0) return 1;
+  supervise_restart(&daemon_program);
+  return 0;
+}
+
+/* The daemon is started again only for another text: its clients have no DNS meanwhile. One that could not be
+ * written is tried again with the next change. */
+static int apply_new(char *text) {
+  static char *applied;
+  int same = is_same(text, applied);
+  int failed = !same && apply(text) != 0;
+  if (!same && !failed) {
+    free(applied);
+    applied = text;
+  } else {
+    free(text);
+  }
+  return failed;
+}
+
+/* An agent that was killed has left its daemon behind, which would keep the new one from its port. */
+static void end_leftover(void) {
+  if (vorn_process_no_actions || vorn_service_is_running(DHCP_SERVICE)) return;
+  int pid = vorn_util_findpid("(" PROGRAM ")");
+  if (pid <= 0) return;
+  vorn_debug_printf("dhcp: ending process %d, which an earlier agent has left.\n", pid);
+  kill(pid, SIGTERM);
+}
+
+int commit_dhcp(vorn_commit_info *info) {
+  char *text = NULL;
+  vorn_changes *changes = vorn_commit_info_get_changes(info);
+  if (!commit_starts_from_nothing(info) && !vorn_changes_contains_class(changes, "dhcp-server")) return 0;
+  if (commit_starts_from_nothing(info)) end_leftover();
+  if (make_dhcp_text(vorn_commit_info_get_after(info), &text) != 0) return 1;
+  return apply_new(text);
+}
