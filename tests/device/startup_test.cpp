@@ -91,6 +91,7 @@ TEST(Startup, AConfigurationThatCannotBeReadLeadsToTheCorrectiveAction) {
               "<dataset/><rc>0</rc><counter>0</counter>"); // it runs on without
     EXPECT_TRUE(contains(lsql("<insert><system/></insert>"), "<rc>1</rc>"));
     EXPECT_EQ(lsql("<update><system><host>x</host></system></update>"), "<rc>0</rc><counter>0</counter>");
+    EXPECT_EQ(inform("object=default"), "ERR returned by handler\n");
     agent.signal(SIGHUP);
     EXPECT_TRUE(contains(Agent::log(), "vorn: Unable to parse startup config - resetting to default.\n"
                                        "vorn: vorn_config_cp: Can't open /etc/rescueconfig.xml\n"));

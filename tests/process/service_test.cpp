@@ -147,6 +147,10 @@ TEST_F(Processes, WhoIgnoresTheSignalIsLeftStoppingOrKilledAtShutdown) {
   EXPECT_TRUE(contains(table(), "s                    stopping"));
   EXPECT_EQ(vorn_service_stop("s", SIGKILL, 5000000), 1);
   EXPECT_EQ(kill(pid, 0), -1);
+  EXPECT_EQ(start("s", stubborn), 0);
+  usleep(200000);
+  vorn_service_shutdown(); // which asks first, for five seconds
+  EXPECT_EQ(kill(vorn_service_get_pid("s"), 0), -1);
 }
 
 int ends[300];
