@@ -42,11 +42,22 @@ static int apply_new(char *text) {
   return failed;
 }
 
+/* Returns the process that wrote the daemon's pid file, if it is one of that program, else 0. */
+static int find_leftover(void) {
+  int pid = 0;
+  char status[48];
+  FILE *file = fopen(DHCP_PID_PATH, "re");
+  if (file == NULL) return 0;
+  if (fscanf(file, "%d", &pid) != 1) pid = 0;
+  fclose(file);
+  snprintf(status, sizeof status, "%d (" PROGRAM ")", pid); /* as proc(5) has it, "stat" */
+  return pid > 0 && vorn_util_findpid(status) == pid ? pid : 0;
+}
+
 /* An agent that was killed has left its daemon behind, which would keep the new one from its port. */
 static void end_leftover(void) {
-  if (vorn_process_no_actions || vorn_service_is_running(DHCP_SERVICE)) return;
-  int pid = vorn_util_findpid("(" PROGRAM ")");
-  if (pid <= 0) return;
+  int pid = vorn_process_no_actions || vorn_service_is_running(DHCP_SERVICE) ? 0 : find_leftover();
+  if (pid == 0) return;
   vorn_debug_printf("dhcp: ending process %d, which an earlier agent has left.\n", pid);
   kill(pid, SIGTERM);
 }

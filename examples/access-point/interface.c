@@ -71,8 +71,8 @@ static const struct property_row interface_properties[] = {
     {"description", SETTING, is_text, NULL},
     {"enabled", REQUIRED, is_flag, NULL},
     {"mtu", SETTING, is_mtu, NULL},
-    {"address", SETTING, is_network_address, NULL},
-    {"status", LIVE, NULL, NULL}, /* up or down */
+    {"address", SETTING, is_network_address, NULL}, /* without one, those that are there stay */
+    {"status", LIVE, NULL, NULL},                   /* up or down */
     {"mac", LIVE, NULL, NULL},
     {"ip-address", LIVE, NULL, NULL}, /* the first one, whoever has set it */
     {"carrier", LIVE, NULL, NULL},    /* up or down, as some program has told last */

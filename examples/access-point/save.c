@@ -5,6 +5,12 @@
  *   lsql inform configuration action=keep-as-default */
 #include "commits.h"
 #include "declare.h"
+#include "files.h"
+
+#include <unistd.h>
+
+#define CONFIG_PATH "/etc/config/config.xml"
+#define DUMP_PATH "/var/run/config.compare"
 
 /* What a start has just read would be written back as it was, wearing the flash and telling the subscribers
  * of a change that was none. An empty collection alone does not make a start: clients may delete everything,
@@ -13,20 +19,17 @@ static int device_starts(vorn_commit_info *info) {
   return commit_starts_from_nothing(info) && vorn_query_transaction_number == 0;
 }
 
-/* A request also commits when its condition has matched no instance. */
-static int anything_changed(vorn_changes *changes) {
-  int changed = 0;
-  vorn_classes_iterator *it = vorn_classes_new_iterator();
-  while (!changed && vorn_classes_iterator_has_next(it))
-    changed = vorn_changes_contains_class(changes, vorn_class_get_name(vorn_classes_iterator_next(it)));
-  vorn_classes_delete_iterator(it);
-  return changed;
+/* A commit's changes tell too much: live values that a request has read are among them, and values that were
+ * set to what they were. So what would be written is compared with what stands there. */
+static int file_would_differ(void) {
+  int differ = vorn_config_dump_running(DUMP_PATH) != 0 || !have_same_content(DUMP_PATH, CONFIG_PATH);
+  unlink(DUMP_PATH);
+  return differ;
 }
 
 /* What a provider has changed by itself is saved at a start, too. */
 static int commit(vorn_commit_info *info) {
-  int is_news = !device_starts(info) && anything_changed(vorn_commit_info_get_changes(info));
-  if (!is_news && !save_is_requested(info)) return 0;
+  if (device_starts(info) ? !save_is_requested(info) : !file_would_differ()) return 0;
   return vorn_config_copy_running_to_startup();
 }
 

@@ -4,6 +4,8 @@
 #include "files.h"
 #include "values.h"
 
+#include <signal.h>
+
 #define SYSLOG_PATH "/etc/syslog.conf"
 #define SYSLOG_PORT "514" /* RFC 5426 */
 
@@ -29,12 +31,20 @@ static void write_servers(FILE *file, void *instances) {
   vorn_instances_delete_iterator(it);
 }
 
+/* Has the log daemon, where there is one, read its file again. */
+static void tell_daemon(void) {
+  int pid = vorn_process_no_actions ? -1 : vorn_util_findpid("(syslogd)");
+  if (pid > 0) kill(pid, SIGHUP);
+}
+
 /* Whatever happened to one server, the file is written as a whole: a committer would be of no help. A load
  * writes it even without servers: the file may be left over from another configuration. */
 static int commit(vorn_commit_info *info) {
   vorn_changes *changes = vorn_commit_info_get_changes(info);
   if (!commit_starts_from_nothing(info) && !vorn_changes_contains_class(changes, "syslog-server")) return 0;
-  return replace_file(SYSLOG_PATH, 0644, write_servers, vorn_commit_info_get_after(info));
+  if (replace_file(SYSLOG_PATH, 0644, write_servers, vorn_commit_info_get_after(info)) != 0) return 1;
+  tell_daemon();
+  return 0;
 }
 
 int vorn_plugin_init(void) {

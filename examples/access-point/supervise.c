@@ -18,6 +18,7 @@ static void start_again(void *data);
 static void start(void *data, void *unused) {
   struct supervised *program = data;
   (void)unused;
+  if (vorn_service_is_running(program->name)) return;
   program->started = now();
   int failed = vorn_service_execv(program->name, program->argv);
   if (vorn_process_no_actions) return; /* in which nothing is ever started */
@@ -32,7 +33,8 @@ static void start_again(void *data) {
   struct supervised *program = data;
   if (!program->wanted) return;
   if (now() - program->started >= GOOD_RUN) program->delay = SHORTEST_DELAY;
-  vorn_debug_printf("%s: has ended, starts again in %u s.\n", program->name, program->delay);
+  vorn_debug_printf("%s: does not run, starts again in %u s.\n", program->name, program->delay);
+  eloop_cancel_timeout(start, program, NULL); /* of a start that has failed itself */
   if (eloop_register_timeout(program->delay, 0, start, program, NULL) != 0)
     vorn_debug_eprintf("%s: cannot be started again.\n", program->name);
   program->delay = program->delay * 2 < LONGEST_DELAY ? program->delay * 2 : LONGEST_DELAY;

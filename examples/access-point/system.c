@@ -17,12 +17,13 @@ enum { LONGEST_ZONE = 63 };
 static int is_hostname(const char *value) { return vorn_input_is_domain_label(value, (int)strlen(value)); }
 
 /* The form in which the C library understands a zone without a data base of them, as in
- * CET-1CEST,M3.5.0,M10.5.0/3 (POSIX, "TZ"). What starts with a letter and has an offset is never taken for
- * the name of a file. */
+ * CET-1CEST,M3.5.0,M10.5.0/3 (POSIX, "TZ"). It takes what it does not understand for the name of a file, so
+ * there is no slash but behind the comma, where only times stand. */
 static int is_timezone(const char *value) {
   if (!made_of(value, 4, LONGEST_ZONE, LETTERS DIGITS "<<>>+/::")) return 0;
   char first[] = {value[0], '\0'};
-  return made_of(first, 1, 1, LETTERS "<<") && strpbrk(value, "0123456789") != NULL;
+  return made_of(first, 1, 1, LETTERS "<<") && strpbrk(value, "0123456789") != NULL &&
+         value[strcspn(value, ",/")] != '/';
 }
 
 static const struct property_row system_properties[] = {
@@ -39,7 +40,7 @@ static const struct class_row system_class = {
 
 static int apply_hostname(vorn_instance *instance, const char *property, const char *value, const char *old) {
   (void)instance, (void)property;
-  if (is_same(value, old)) return 0;
+  if (is_same(value, old) || vorn_process_no_actions) return 0;
   if (sethostname(value, strlen(value)) != 0)
     vorn_debug_eprintf("system: host name \"%s\": %s\n", value, strerror(errno));
   return 0;
@@ -48,7 +49,7 @@ static int apply_hostname(vorn_instance *instance, const char *property, const c
 /* For the agent itself, its time stamps above all, and for the programs that it starts. */
 static int apply_timezone(vorn_instance *instance, const char *property, const char *value, const char *old) {
   (void)instance, (void)property;
-  if (is_same(value, old)) return 0;
+  if (is_same(value, old) || vorn_process_no_actions) return 0;
   if (setenv("TZ", value, 1) != 0)
     vorn_debug_eprintf("system: time zone \"%s\": %s\n", value, strerror(errno));
   tzset();

@@ -17,8 +17,26 @@ static int is_marked(vorn_commit_info *info, const char *radio) {
   return vorn_actions_exists(vorn_commit_info_get_actions(info), "wireless-files", "write", "radio", radio);
 }
 
-/* Files that an earlier run or another configuration has left would keep their networks on the air. */
+/* Replaces a plain passphrase by its enciphered form, before anybody can save or read it. What a start has
+ * read from the file is replaced there too. */
+static void hide_passphrase(vorn_instance *network, vorn_commit_info *info) {
+  char enciphered[ENCIPHERED_PASSPHRASE_SIZE];
+  const char *value = vorn_instance_get_value(network, "passphrase");
+  if (value == NULL || !is_plain_passphrase(value)) return;
+  if (encipher_passphrase(value, enciphered) &&
+      vorn_instance_set_value(network, "passphrase", enciphered) == 0)
+    request_save(info);
+  else
+    vorn_debug_eprintf("ssid \"%s\": the passphrase stays readable.\n", vorn_instance_get_name(network));
+}
+
+/* All networks are looked at, not only those that this commit has changed: a request that ended with a
+ * select, or failed half way, has changed others before without a commit. Files that an earlier run or
+ * another configuration has left would keep their networks on the air. */
 static int begin(vorn_commit_info *info) {
+  vorn_instances_iterator *it = vorn_instances_new_class_iterator(vorn_commit_info_get_after(info), "ssid");
+  while (vorn_instances_iterator_has_next(it)) hide_passphrase(vorn_instances_iterator_next(it), info);
+  vorn_instances_delete_iterator(it);
   if (commit_starts_from_nothing(info)) begin_wireless_files();
   return 0;
 }
@@ -44,23 +62,14 @@ static int change_radio(vorn_instance *after, vorn_instance *before, vorn_commit
   return 0;
 }
 
-/* Replaces a plain passphrase by its enciphered form, before anybody can save or read it. What a start has
- * read from the file is replaced there too. */
-static void hide_passphrase(vorn_instance *network, vorn_commit_info *info) {
-  char enciphered[ENCIPHERED_PASSPHRASE_SIZE];
-  const char *value = vorn_instance_get_value(network, "passphrase");
-  if (value == NULL || !is_plain_passphrase(value)) return;
-  if (encipher_passphrase(value, enciphered) &&
-      vorn_instance_set_value(network, "passphrase", enciphered) == 0)
-    request_save(info);
-  else
-    vorn_debug_eprintf("ssid \"%s\": the passphrase stays readable.\n", vorn_instance_get_name(network));
-}
-
-/* Worth a line when it begins, for it is seldom meant to stay. */
+/* Worth a line when it begins, for neither is meant to stay. */
 static int create_ssid(vorn_instance *network) {
+  const char *name = vorn_instance_get_name(network);
+  const char *radio = vorn_instance_get_value(network, "radio");
   if (is_same(vorn_instance_get_value(network, "security"), "open"))
-    vorn_debug_printf("ssid \"%s\": open to everybody.\n", vorn_instance_get_name(network));
+    vorn_debug_printf("ssid \"%s\": open to everybody.\n", name);
+  if (vorn_instances_get(vorn_config_get_running(), "radio", radio) == NULL)
+    vorn_debug_printf("ssid \"%s\": not on the air without radio \"%s\".\n", name, radio);
   return 0;
 }
 
@@ -68,7 +77,6 @@ static int create_ssid(vorn_instance *network) {
  * marks a radio. */
 static int change_ssid(vorn_instance *after, vorn_instance *before, vorn_commit_info *info) {
   static const char *const properties[] = {"passphrase", "enabled", "hidden", "vlan", "access-list", NULL};
-  if (after != NULL) hide_passphrase(after, info);
   if (differ(after, before, properties))
     mark_radio(info, vorn_instance_get_value(after != NULL ? after : before, "radio"));
   return 0;

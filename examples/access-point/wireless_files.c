@@ -23,6 +23,7 @@ struct source {
 };
 
 void begin_wireless_files(void) {
+  if (vorn_process_no_actions) return;
   if (mkdir(DIRECTORY, DIRECTORY_MODE) != 0 && errno != EEXIST)
     vorn_debug_eprintf("Cannot make " DIRECTORY ": %s\n", strerror(errno));
   DIR *directory = opendir(DIRECTORY);
@@ -45,7 +46,10 @@ static void write_value(FILE *file, vorn_instance *instance, const char *propert
 static void write_passphrase(FILE *file, vorn_instance *network) {
   char plain[PLAIN_PASSPHRASE_SIZE];
   const char *stored = vorn_instance_get_value(network, "passphrase");
-  if (stored != NULL && decipher_passphrase(stored, plain)) fprintf(file, "passphrase %s\n", plain);
+  if (stored != NULL && is_plain_passphrase(stored))
+    fprintf(file, "passphrase %s\n", stored); /* it could not be enciphered */
+  else if (stored != NULL && decipher_passphrase(stored, plain))
+    fprintf(file, "passphrase %s\n", plain);
   explicit_bzero(plain, sizeof plain);
 }
 

@@ -15,7 +15,8 @@
  * called again for having failed.
  *
  * Setters return 0, or 1 with the reason logged at debug level 1 and above and nothing changed. Except for
- * group changes it is not checked whether the class and its property exist. A callback that is set again
+ * group changes it is not checked whether the class and its property exist; of a class that does not, every
+ * commit says so in the log. A callback that is set again
  * replaces the one before, in its place. */
 #ifndef VORN_COMMIT_COMMITTER_H
 #define VORN_COMMIT_COMMITTER_H

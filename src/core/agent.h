@@ -6,8 +6,9 @@
 
 VORN_BEGIN_DECLS
 
-/* 1 when the command line asked for no actions: no process is started, no signal sent, the system not
- * rebooted and the watchdog stopped; each such step is only logged. Else 0. */
+/* 1 when the command line asked for no actions: no command or service is started, no service signalled, the
+ * system not rebooted and the watchdog stopped; each such step is only logged. What the agent itself does
+ * through the shell, such as syncing, is done all the same. Else 0. */
 VORN_API extern int vorn_process_no_actions;
 
 /* Ends the event loop; behind it the agent asks init to terminate the system. Returns what eloop_terminate

@@ -1,6 +1,7 @@
 #include "core/eloop.h"
 
 #include "core/guard.hpp"
+#include "core/signal_block.hpp"
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
@@ -41,22 +42,6 @@ struct Signal {
   volatile sig_atomic_t signalled;
 };
 
-// Holds all signals back while the table that the catcher walks is changed.
-class SignalsHeld {
-public:
-  SignalsHeld() {
-    sigset_t all;
-    sigfillset(&all);
-    sigprocmask(SIG_BLOCK, &all, &before_);
-  }
-  ~SignalsHeld() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
-  SignalsHeld(const SignalsHeld &) = delete;
-  SignalsHeld &operator=(const SignalsHeld &) = delete;
-
-private:
-  sigset_t before_;
-};
-
 struct Loop {
   void *user_data = nullptr;
   int max_sock = -1;
@@ -69,7 +54,8 @@ struct Loop {
   Ticks last_sweep = 0;
 };
 
-Loop loop;
+// Never destroyed: signals also come while the process ends.
+Loop &loop = *new Loop;
 volatile sig_atomic_t pending_signals = 0;
 
 Ticks now() { return static_cast<Ticks>(times(nullptr)); }
@@ -195,7 +181,7 @@ int eloop_cancel_timeout(eloop_timeout_handler handler, void *eloop_data, void *
 
 int eloop_register_signal(int sig, eloop_signal_handler handler, void *user_data) noexcept {
   return vorn::guarded(-1, [&] {
-    const SignalsHeld held;
+    const vorn::SignalBlock held; // its table is what the catcher walks
     loop.signals.push_back({sig, user_data, handler, 0});
     if (signal(sig, catch_signal) != SIG_ERR) return 0;
     loop.signals.pop_back();
@@ -225,7 +211,7 @@ int eloop_terminate() noexcept {
 int eloop_terminated() noexcept { return loop.terminate ? 1 : 0; }
 
 void eloop_destroy() noexcept {
-  const SignalsHeld held;
+  const vorn::SignalBlock held; // its table is what the catcher walks
   loop.readers = {};
   loop.timeouts.clear();
   loop.signals = {};

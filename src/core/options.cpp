@@ -14,7 +14,7 @@ namespace {
 constexpr char usage_text[] =
     "vorn - configuration and management agent for wireless access points\n"
     "Copyright the vorn developers.\n"
-    "Comes without any warranty.\n"
+    "All rights reserved.\n"
     "\n"
     "Usage: vorn [-hfned]\n"
     "\n"
@@ -25,7 +25,9 @@ constexpr char usage_text[] =
     "   -e   exit on fatal errors\n"
     "   -d   show debug messages - can be repeated up to %d times for more messages\n";
 
+// Who only asks for help must not leave a watchdog behind that nobody feeds.
 [[noreturn]] void exit_with_usage() {
+  vorn_watchdog_stop();
   fprintf(stderr, usage_text, VORN_DEBUG_MAX);
   exit(1);
 }

@@ -33,6 +33,7 @@ void stop_watchdog(int) { vorn_watchdog_stop(); }
 
 [[noreturn]] void stop(int number) {
   vorn_service_shutdown();
+  signal(SIGTERM, SIG_IGN); // the agent is one of its group
   kill(0, SIGTERM);
   vorn_debug_printf("Exit due to signal %d.\n", number);
   exit(0);

@@ -1,5 +1,6 @@
 #include "process/command.h"
 
+#include "core/signal_block.hpp"
 #include "process/arguments.hpp"
 #include "process/spawn.hpp"
 #include <cerrno>
@@ -51,10 +52,7 @@ int vorn_command_execv(char *const argv[]) noexcept {
 
 int vorn_command_execvod(char *const argv[], int output, const char *directory) noexcept {
   // While the agent starts, its handler for SIGCHLD collects any child at once, and with it the status.
-  sigset_t child;
-  sigemptyset(&child);
-  sigaddset(&child, SIGCHLD);
-  const vorn::SignalBlock blocked(child);
+  const vorn::SignalBlock blocked(SIGCHLD);
   const pid_t pid = vorn::spawn(argv, {output, directory});
   return pid > 0 ? wait_for(pid) : pid;
 }

@@ -8,7 +8,8 @@
  *
  * `directory` is where it runs; null is where the agent does. It has a session of its own, default signals
  * and no other descriptor. All return the status of waitpid(2), 0 in the mode without actions, or -1 with the
- * reason logged when no process could be made; a program that cannot be executed ends with status 127. */
+ * reason logged when no process could be made, and when there was no status to wait for, which the log tells
+ * from debug level 1 on; a program that cannot be executed ends with status 127. */
 #ifndef VORN_PROCESS_COMMAND_H
 #define VORN_PROCESS_COMMAND_H
 

@@ -3,6 +3,7 @@
 #include "core/agent.h"
 #include "core/debug.h"
 #include "core/guard.hpp"
+#include "core/signal_block.hpp"
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
@@ -34,11 +35,10 @@ void report(const std::string &text, int error) {
   vorn_debug_perror(text.c_str());
 }
 
-// No handler of the agent's may run in the child: it would act on the agent's services and watchdog. SIGPIPE
-// is ignored in the agent, which a program would inherit.
+// No handler of the agent's may run in the child: it would act on the agent's services and watchdog. What the
+// agent ignores, such as SIGPIPE, a program would inherit.
 void reset_signals() {
-  for (const int number : {SIGCHLD, SIGTERM, SIGINT, SIGHUP, SIGPIPE, SIGWINCH, SIGUSR1})
-    signal(number, SIG_DFL);
+  for (int number = 1; number < NSIG; ++number) signal(number, SIG_DFL);
   sigset_t none;
   sigemptyset(&none);
   sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -108,9 +108,7 @@ pid_t spawn(char *const argv[], const ChildPlace &place) noexcept {
   if (vorn_process_no_actions) return log_rest("-> (no actions) ", 0), 0;
   pid_t pid;
   {
-    sigset_t all;
-    sigfillset(&all);
-    const SignalBlock blocked(all); // until the child has reset its handlers
+    const SignalBlock blocked; // until the child has reset its handlers
     pid = fork();
     if (pid == 0) become(argv, place);
   }

@@ -2,7 +2,6 @@
 #ifndef VORN_PROCESS_SPAWN_HPP
 #define VORN_PROCESS_SPAWN_HPP
 
-#include <csignal>
 #include <sys/types.h>
 
 namespace vorn {
@@ -22,18 +21,6 @@ pid_t spawn(char *const argv[], const ChildPlace &place) noexcept;
 
 // Goes on with the log's open line, at debug level 1 and above.
 void log_rest(const char *format, int number) noexcept;
-
-// Keeps signals from being handled while it lives; they come afterwards.
-class SignalBlock {
-public:
-  explicit SignalBlock(const sigset_t &signals) noexcept { sigprocmask(SIG_BLOCK, &signals, &before_); }
-  ~SignalBlock() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
-  SignalBlock(const SignalBlock &) = delete;
-  SignalBlock &operator=(const SignalBlock &) = delete;
-
-private:
-  sigset_t before_;
-};
 
 } // namespace vorn
 

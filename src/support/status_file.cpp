@@ -35,7 +35,7 @@ std::string_view read_start(const Descriptor &file, const char *path, char (&buf
   char more;
   const bool cut = text.size() == most_bytes && text.back() != '\n' && read_some(file, &more, 1) == 1;
   if (cut) {
-    vorn_debug_eprintf("%s is longer than %zu bytes.\n", path, most_bytes);
+    vorn_debug_1printf("%s is longer than %zu bytes.\n", path, most_bytes);
     text = text.substr(0, text.rfind('\n') + 1);
   }
   return text.substr(0, text.find('\0'));

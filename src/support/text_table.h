@@ -5,13 +5,17 @@
  * becomes one passive update of the running configuration:
  *
  *   "mtu"           the field is the value of that property
- *   "#mtu"          the same: the marker is no part of the name
+ *   "#mtu"          the same: the marker is no part of the property's name
  *   "*type"         the field selects the instances whose property has that value
  *   "name", "*name" the field is the instance's name; an empty one selects nothing
  *   ""              the field is passed over
  *
- * Fields go into the update as they are: what XML gives a meaning, such as "<", spoils its own line.
- * An update stores into the running configuration, not into the copy that a write transaction works on. */
+ * What stands directly behind a closing quote, other than a blank or the line's end, ends the whole text.
+ *
+ * Fields go into the update as they are, and the update may do what no client may. Text that strangers have a
+ * part in, such as the names of other networks, must have "<", "&" and double quotes taken out before: it
+ * could hold further operations, deletions included. An update stores into the running configuration, not
+ * into the copy that a write transaction works on. */
 #ifndef VORN_SUPPORT_TEXT_TABLE_H
 #define VORN_SUPPORT_TEXT_TABLE_H
 
@@ -51,9 +55,9 @@ typedef struct vorn_util_txt_table {
  * ended inside a line that was evaluated, else 0. */
 VORN_API int vorn_util_put2object(char *text, const char **columns, const char *class_name) VORN_NOEXCEPT;
 
-/* Returns the value of a property that one of the tables has; the table is read first unless it was read in
- * this transaction. `tables` is ended by null. The value belongs to the instance. Null when no table has the
- * property or the instance has no value. */
+/* Returns the value of a property that one of the tables has; the table is read first unless it was read for
+ * this client's request (a passive request counts as the one before it). `tables` is ended by null. The value
+ * belongs to the instance. Null when no table has the property or the instance has no value. */
 VORN_API const char *vorn_util_txt_tables_get_val(vorn_instance *instance, vorn_util_txt_table **tables,
                                                   const char *property_name) VORN_NOEXCEPT;
 

@@ -37,7 +37,7 @@ void prepare_device(std::initializer_list<const char *> plugins, const std::stri
                         "/usr/lib/vorn/plugins/* /etc/config/* /etc/*config.xml /etc/post-init /etc/rebuild "
                         "/var/log/*.log /var/run/vorn.pid "
                         "/dev/watchdog /tmp/factory-reset /tmp/defaultconfig* /tmp/md5.gen /tmp/commits "
-                        "/tmp/live /tmp/output /tmp/reply";
+                        "/tmp/live /tmp/output /tmp/reply /tmp/slow /tmp/script /tmp/post-init";
   for (const char *plugin : plugins) command += " && cp " + from + "/" + plugin + " /usr/lib/vorn/plugins/";
   ASSERT_EQ(system(command.c_str()), 0);
   if (!config.empty()) write_file(config_path, config);

@@ -104,6 +104,10 @@ TEST(Fallback, ADefaultThatCannotBeUsedGivesWayToTheRescueConfiguration) {
     EXPECT_EQ(read_file(config_path), config(c.host));
     EXPECT_FALSE(contains(Agent::output(), "Taking corrective action"));
   }
+  prepare_device({"plugin.so"}, "<config><sys");
+  EXPECT_EQ(mkdir(rescue_path, 0777), 0);
+  EXPECT_FALSE(contains(boot(), "is now the"));
+  EXPECT_EQ(read_file(config_path), "<config><sys"); // what cannot be read replaces nothing
   // Without actions nothing is executed, and so nothing checked.
   prepare_device({"plugin.so"}, "<config><sys");
   write_file(default_path, default_file("", string(32, '0')));
@@ -119,7 +123,7 @@ off_t size_of(const char *path) {
   return status.st_size;
 }
 
-// Waits, for a second at most, without missing what lasts a moment only.
+// Waits, for two seconds at most, without missing what lasts a moment only.
 template <class Condition> void spin(Condition condition) {
   const time_t end = time(nullptr) + 2;
   while (!condition() && time(nullptr) < end) continue;
@@ -137,7 +141,7 @@ TEST(Saving, ThatIsCutOffLeavesADeviceThatComesUp) {
     EXPECT_EQ(inform("object=default"), "OK\n");
     lsql("<insert>" + radios + "</insert>");
   }
-  for (const off_t kept : {-1, 0, 1, 100'000, 400'000, 650'000}) {
+  for (const off_t kept : {-1, 0, 1, 100'000, 400'000, 650'000, 700'000}) {
     unlink(counter_path);
     write_file("/dev/console", "");
     Agent agent;

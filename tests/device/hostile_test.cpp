@@ -30,6 +30,8 @@ struct Hostile : testing::Test {
     descriptors = agent->descriptors();
   }
   static void TearDownTestSuite() {
+    EXPECT_NE(Agent::output().find("\nBoot Successful - Config Ok\n"), string::npos);
+    EXPECT_FALSE(exists("/etc/config/configBootFailures")); // it has lived for twenty seconds
     agent->signal(SIGTERM);
     EXPECT_EQ(agent->wait(), 0); // a sanitizer's complaints end it otherwise
     agent.reset();

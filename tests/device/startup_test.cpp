@@ -19,6 +19,7 @@ bool contains(const string &text, const string &part) { return text.find(part) !
 
 TEST(Startup, WrongOptionsShowTheUsage) {
   prepare_device({}, config);
+  write_file("/dev/watchdog", "");
   for (const auto &options : {std::initializer_list<const char *>{"-h"},
                               {"-x"},
                               {"-f", "more"},
@@ -28,6 +29,7 @@ TEST(Startup, WrongOptionsShowTheUsage) {
     EXPECT_TRUE(exited_with(agent.wait(), 1));
     EXPECT_TRUE(contains(Agent::output(), "\n\nUsage: vorn [-hfned]\n\nOptions:\n   -h   show this usage\n"));
     EXPECT_TRUE(contains(Agent::output(), "can be repeated up to 6 times for more messages\n"));
+    EXPECT_EQ(read_file("/dev/watchdog"), "V"); // disarmed
   }
 }
 
