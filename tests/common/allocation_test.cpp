@@ -14,6 +14,8 @@
 #include "process/service.h"
 #include "query/inform.hpp"
 #include "query/query.h"
+#include "support/input.h"
+#include "support/password.h"
 
 #include <fcntl.h>
 #include <functional>
@@ -130,6 +132,15 @@ TEST_F(Allocation, OfWhatPluginsRegisterAndRun) {
       [] { return vorn_inform_fn_add("an object with a long name", [] { return 0; }); },
       [] { return vorn_service_set_exited_fn("a service with a long name", nullptr, nullptr); },
       [] { return vorn_command_execl("true", "with", "arguments", nullptr); },
+      [] {
+        vorn_input_set *set = vorn_input_get_set_from_range(1, 9, nullptr);
+        vorn_input_free_set(set);
+        return set ? 0 : 1;
+      },
+      [] {
+        char stored[257], plain[65];
+        return pw_encrypt("a secret", stored) && pw_decrypt(stored, plain) ? 0 : 1;
+      },
   };
   vorn_inform_fn_add("first", [] { return 0; }); // makes the table
   vorn_service_init();
