@@ -1,10 +1,10 @@
 // Counts boots that nobody has confirmed, so that a configuration with which the device dies is given up.
 //
-//   the counter file         | what a boot finds           | what it leaves
-//   absent                   | the last boot was good      | "1"
-//   "1" to "4"               | so many died                | one more
-//   "5" or more              | enough of them              | absent, and no startup file: the default is used
-//   there, and a backup waits | its restore reboots         | absent
+//   the counter file          | what a boot finds      | what it leaves
+//   absent                    | the last boot was good | "1"
+//   "1" to "4"                | so many died           | one more
+//   "5" or more               | enough of them         | absent, and no startup file: the default is used
+//   there, and a backup waits | its restore reboots    | absent
 //
 // A boot that lives for confirm_seconds removes the file.
 #include "config/config.h"

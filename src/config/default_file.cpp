@@ -12,6 +12,7 @@
 #include "query/query_state.h"
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <sys/stat.h>

@@ -77,7 +77,7 @@ int start(const char *name, char *const argv[], const vorn::ChildPlace &place) {
   service->pid = pid;
   vorn_debug_1printf("%s: service %s started, pid %d...\n", "vorn_service_execvod", name, pid);
   service->state = State::running;
-  log_rest("\n", 0);
+  log_rest("\n");
   return 0;
 }
 
@@ -167,7 +167,7 @@ int vorn_service_stop(const char *name, int signal, unsigned timeout) noexcept {
                      pid);
   service->state = State::stopping;
   if (vorn_process_no_actions) {
-    log_rest("(no actions)\n", 0);
+    log_rest("(no actions)\n");
     service->state = State::stopped;
     return 0;
   }

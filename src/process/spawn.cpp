@@ -5,6 +5,7 @@
 #include "core/guard.hpp"
 #include "core/signal_block.hpp"
 #include <cerrno>
+#include <cstdarg>
 #include <cstdio>
 #include <fcntl.h>
 #include <string>
@@ -96,16 +97,19 @@ void close_others_on_exec() {
 
 } // namespace
 
-void log_rest(const char *format, int number) noexcept {
+void log_rest(const char *format, ...) noexcept {
   if (vorn_debug_get() == 0) return;
-  fprintf(vorn_debug_get_stream(), format, number);
+  va_list arguments;
+  va_start(arguments, format);
+  vfprintf(vorn_debug_get_stream(), format, arguments);
+  va_end(arguments);
   fflush(vorn_debug_get_stream());
 }
 
 pid_t spawn(char *const argv[], const ChildPlace &place) noexcept {
   if (!argv || !argv[0]) return vorn_debug_eprintf("Null program.\n"), -1;
   log_start(argv);
-  if (vorn_process_no_actions) return log_rest("-> (no actions) ", 0), 0;
+  if (vorn_process_no_actions) return log_rest("-> (no actions) "), 0;
   pid_t pid;
   {
     const SignalBlock blocked; // until the child has reset its handlers

@@ -2,6 +2,7 @@
 #ifndef VORN_PROCESS_SPAWN_HPP
 #define VORN_PROCESS_SPAWN_HPP
 
+#include "core/export.h"
 #include <sys/types.h>
 
 namespace vorn {
@@ -20,7 +21,7 @@ struct ChildPlace {
 pid_t spawn(char *const argv[], const ChildPlace &place) noexcept;
 
 // Goes on with the log's open line, at debug level 1 and above.
-void log_rest(const char *format, int number) noexcept;
+void log_rest(const char *format, ...) noexcept VORN_PRINTF(1, 2);
 
 } // namespace vorn
 

@@ -11,6 +11,7 @@
 #define VORN_QUERY_LOCAL_SERVER_HPP
 
 #include "core/handles.hpp"
+#include <cstdint>
 #include <string>
 #include <string_view>
 
