@@ -17,6 +17,10 @@ void write_file(const std::string &path, const std::string &text);
 void append_file(const std::string &path, const std::string &text);
 bool exists(const std::string &path);
 
+inline bool contains(const std::string &text, const std::string &part) {
+  return text.find(part) != std::string::npos;
+}
+
 // Makes the device as it is before a boot: no files of earlier runs, these plugins, this configuration.
 void prepare_device(std::initializer_list<const char *> plugins, const std::string &config);
 

@@ -17,8 +17,6 @@ const char rescue_path[] = "/etc/rescueconfig.xml";
 
 string config(const string &host) { return "<config><system><host>" + host + "</host></system></config>\n"; }
 
-bool contains(const string &text, const string &part) { return text.find(part) != string::npos; }
-
 // A default that is good but for what the arguments replace.
 string default_file(const string &length = "", const string &md5 = "") {
   const string body = config("default");

@@ -12,8 +12,6 @@ using std::string;
 
 const string config = "<config><system><host>ap</host></system></config>";
 
-bool contains(const string &text, const string &part) { return text.find(part) != string::npos; }
-
 // The number of processes with this command line.
 int count(const string &command) {
   return system(("n=$(pgrep -cfx '" + command + "'); exit $n").c_str()) / 256;

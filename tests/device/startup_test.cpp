@@ -15,8 +15,6 @@ const string system_host = "<select><system><host/></system></select>";
 
 bool exited_with(int status, int code) { return WIFEXITED(status) && WEXITSTATUS(status) == code; }
 
-bool contains(const string &text, const string &part) { return text.find(part) != string::npos; }
-
 TEST(Startup, WrongOptionsShowTheUsage) {
   prepare_device({}, config);
   write_file("/dev/watchdog", "");
