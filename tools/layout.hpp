@@ -2,7 +2,7 @@
 #ifndef LSQL_LAYOUT_HPP
 #define LSQL_LAYOUT_HPP
 
-#include "core/handles.hpp"
+#include "xml/handles.hpp"
 
 #include <string>
 

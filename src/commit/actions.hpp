@@ -3,7 +3,7 @@
 
 #include "commit/actions.h"
 #include "core/handles.hpp"
-#include "model/keyed_table.hpp"
+#include "core/keyed_table.hpp"
 
 // A set of requests.
 struct vorn_actions {

@@ -2,7 +2,7 @@
 #define VORN_COMMIT_COMMITTER_HPP
 
 #include "commit/committer.h"
-#include "model/keyed_table.hpp"
+#include "core/keyed_table.hpp"
 
 // A table of callbacks; owned by the plugin that made it, and never freed by the agent.
 struct vorn_committer {

@@ -2,7 +2,7 @@
 #ifndef VORN_COMMIT_PROVIDER_ORDER_HPP
 #define VORN_COMMIT_PROVIDER_ORDER_HPP
 
-#include "model/keyed_table.hpp"
+#include "core/keyed_table.hpp"
 #include <string>
 #include <vector>
 

@@ -1,8 +1,8 @@
 #include "commit/refresh_info.h"
 
 #include "core/guard.hpp"
+#include "core/keyed_table.hpp"
 #include "model/instance.hpp"
-#include "model/keyed_table.hpp"
 #include <memory>
 #include <optional>
 

@@ -2,7 +2,7 @@
 #define VORN_COMMIT_REFRESHER_HPP
 
 #include "commit/refresher.h"
-#include "model/keyed_table.hpp"
+#include "core/keyed_table.hpp"
 
 // A table of callbacks for one class; owned by the plugin that made it, and never freed by the agent.
 struct vorn_refresher {

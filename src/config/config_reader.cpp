@@ -7,7 +7,7 @@
 #include "core/debug.h"
 #include "model/classes.hpp"
 #include "model/instances.hpp"
-#include "support/xml_nodes.hpp"
+#include "xml/nodes.hpp"
 #include <libxml/parser.h>
 #include <malloc.h>
 

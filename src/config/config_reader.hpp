@@ -2,7 +2,7 @@
 #ifndef VORN_CONFIG_CONFIG_READER_HPP
 #define VORN_CONFIG_CONFIG_READER_HPP
 
-#include "core/handles.hpp"
+#include "xml/handles.hpp"
 
 namespace vorn {
 

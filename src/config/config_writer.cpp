@@ -1,10 +1,10 @@
 // Writes the running configuration in the format of the configuration file.
 #include "config/config.h"
 #include "core/debug.h"
-#include "core/handles.hpp"
 #include "model/classes.hpp"
 #include "model/instances.hpp"
-#include "support/xml_nodes.hpp"
+#include "xml/handles.hpp"
+#include "xml/nodes.hpp"
 #include <libxml/parser.h>
 
 namespace {

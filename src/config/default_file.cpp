@@ -7,9 +7,9 @@
 #include "core/debug.h"
 #include "core/guard.hpp"
 #include "core/handles.hpp"
+#include "notify/notify.h"
+#include "notify/request_state.h"
 #include "process/command.h"
-#include "query/notify.h"
-#include "query/query_state.h"
 #include <algorithm>
 #include <cerrno>
 #include <climits>

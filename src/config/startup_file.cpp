@@ -4,8 +4,8 @@
 #include "config/paths.hpp"
 #include "core/debug.h"
 #include "core/handles.hpp"
-#include "query/notify.h"
-#include "query/query_state.h"
+#include "notify/notify.h"
+#include "notify/request_state.h"
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

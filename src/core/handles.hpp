@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <dirent.h>
-#include <libxml/tree.h>
 #include <memory>
 #include <unistd.h>
 #include <utility>
@@ -17,15 +16,9 @@ template <auto Function> struct Closer {
   template <class T> void operator()(T *object) const noexcept { Function(object); }
 };
 
-struct XmlCloser {
-  void operator()(xmlChar *text) const noexcept { xmlFree(text); }
-};
-
 using File = std::unique_ptr<FILE, Closer<fclose>>;
 using Directory = std::unique_ptr<DIR, Closer<closedir>>;
 using CString = std::unique_ptr<char, Closer<free>>;
-using XmlDocument = std::unique_ptr<xmlDoc, Closer<xmlFreeDoc>>;
-using XmlText = std::unique_ptr<xmlChar, XmlCloser>;
 
 // A file descriptor that is closed with its owner; -1 is none.
 class Descriptor {

@@ -1,8 +1,8 @@
 #ifndef VORN_MODEL_CLASS_HPP
 #define VORN_MODEL_CLASS_HPP
 
+#include "core/keyed_table.hpp"
 #include "model/class.h"
-#include "model/keyed_table.hpp"
 #include "model/property.hpp"
 #include <memory>
 #include <optional>

@@ -2,8 +2,8 @@
 #ifndef VORN_MODEL_CLASS_STORE_HPP
 #define VORN_MODEL_CLASS_STORE_HPP
 
+#include "core/keyed_table.hpp"
 #include "model/instance.hpp"
-#include "model/keyed_table.hpp"
 #include <memory>
 
 namespace vorn {

@@ -1,10 +1,10 @@
 #ifndef VORN_MODEL_INSTANCE_HPP
 #define VORN_MODEL_INSTANCE_HPP
 
+#include "core/keyed_table.hpp"
+#include "core/shared_text.hpp"
 #include "model/class.hpp"
 #include "model/instance.h"
-#include "model/keyed_table.hpp"
-#include "model/shared_text.hpp"
 #include <memory>
 
 // One object of a class; owned by its maker until a collection takes it. Copies share the table of values

@@ -1,11 +1,11 @@
 #include "process/service.h"
 
-#include "core/agent.h"
 #include "core/debug.h"
 #include "core/guard.hpp"
 #include "core/handles.hpp"
-#include "model/keyed_table.hpp"
+#include "core/keyed_table.hpp"
 #include "process/arguments.hpp"
+#include "process/reboot.h"
 #include "process/spawn.hpp"
 #include <cerrno>
 #include <chrono>

@@ -1,9 +1,9 @@
 #include "process/spawn.hpp"
 
-#include "core/agent.h"
 #include "core/debug.h"
 #include "core/guard.hpp"
 #include "core/signal_block.hpp"
+#include "process/reboot.h"
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>

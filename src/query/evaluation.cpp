@@ -2,8 +2,8 @@
 
 #include "commit/providers.h"
 #include "config/config.h"
-#include "query/query_state.hpp"
-#include "support/xml_nodes.hpp"
+#include "notify/request_state.hpp"
+#include "xml/nodes.hpp"
 
 namespace vorn {
 

@@ -2,7 +2,7 @@
 
 #include "core/debug.h"
 #include "model/instance.h"
-#include "support/xml_nodes.hpp"
+#include "xml/nodes.hpp"
 #include <cstring>
 
 // The depth of an expression is that of its document, which libxml2 limits.

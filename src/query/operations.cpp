@@ -4,7 +4,7 @@
 #include "model/classes.h"
 #include "query/evaluation.hpp"
 #include "query/expression.hpp"
-#include "support/xml_nodes.hpp"
+#include "xml/nodes.hpp"
 #include <cstdlib>
 #include <cstring>
 

@@ -5,7 +5,7 @@
 #include "core/debug.h"
 #include "core/guard.hpp"
 #include "query/evaluation.hpp"
-#include "support/xml_nodes.hpp"
+#include "xml/nodes.hpp"
 #include <climits>
 #include <cstring>
 #include <libxml/parser.h>

@@ -3,7 +3,7 @@
 #define VORN_QUERY_QUERY_H
 
 #include "core/export.h"
-#include "query/query_state.h"
+#include "notify/request_state.h"
 
 VORN_BEGIN_DECLS
 

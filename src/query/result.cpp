@@ -1,6 +1,6 @@
 #include "query/result.hpp"
 
-#include "support/xml_nodes.hpp"
+#include "xml/nodes.hpp"
 #include <cstdarg>
 #include <cstdio>
 #include <new>

@@ -2,7 +2,7 @@
 #ifndef VORN_QUERY_RESULT_HPP
 #define VORN_QUERY_RESULT_HPP
 
-#include "core/handles.hpp"
+#include "xml/handles.hpp"
 #include <cstddef>
 
 namespace vorn {

@@ -12,7 +12,7 @@
 #include "core/outbox.hpp"
 #include "process/command.h"
 #include "process/service.h"
-#include "query/inform.hpp"
+#include "servers/inform.hpp"
 #include "query/query.h"
 #include "support/input.h"
 #include "support/password.h"

@@ -3,7 +3,7 @@
 #include "config/config.h"
 #include "config/config_reader.hpp"
 #include "config/running.hpp"
-#include "support/xml_nodes.hpp"
+#include "xml/nodes.hpp"
 
 #include <fstream>
 #include <gtest/gtest.h>

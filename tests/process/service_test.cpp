@@ -1,5 +1,5 @@
 #include "common/log.hpp"
-#include "core/agent.h"
+#include "process/reboot.h"
 #include "core/debug.h"
 #include "process/command.h"
 #include "process/service.h"

@@ -1,0 +1,11 @@
+#ifndef VORN_AGENT_STARTUP_HPP
+#define VORN_AGENT_STARTUP_HPP
+
+namespace vorn {
+
+// The whole life of the agent. Returns its exit status, which is 1 whenever the event loop has ended.
+int run_agent(int argc, char **argv);
+
+} // namespace vorn
+
+#endif

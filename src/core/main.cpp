@@ -1,3 +1,0 @@
-#include "core/startup.hpp"
-
-int main(int argc, char **argv) { return vorn::run_agent(argc, argv); }

@@ -1,0 +1,45 @@
+// Servers on local sockets that take one request a connection.
+//
+//   state      | waits for               | then
+//   receiving  | the whole request       | answer it; close when there is no reply
+//   replying   | room for the reply      | close
+//
+// Nobody waits for a client: one that stays silent for some seconds while it is receiving, or takes nothing
+// of its reply for as long as the outbox allows, is dropped. When all places are taken, the client that has
+// been silent longest makes room.
+#ifndef VORN_SERVERS_LOCAL_SERVER_HPP
+#define VORN_SERVERS_LOCAL_SERVER_HPP
+
+#include "core/handles.hpp"
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace vorn {
+
+enum class Progress { wait, answer, give_up };
+
+// What a server speaks.
+struct LocalProtocol {
+  const char *socket_name; // in the abstract namespace
+  const char *who;         // in reports of connections that cannot be accepted
+  const char *client;      // in messages about a client
+
+  // Tells what is to be done with what a client has sent so far. `ended`: nothing more will come. Reports
+  // what is wrong with a request that it gives up.
+  Progress (*judge)(std::string_view received, bool ended);
+
+  // Returns the reply to a request that was judged to be answered, or null when it gets none.
+  CString (*answer)(std::string &received);
+};
+
+// Opens the socket for the process's life; so long must the protocol live. Returns 0, or 1 with the reason
+// logged.
+int serve_locally(const LocalProtocol &protocol) noexcept;
+
+// Reads a number in the host's byte order; as many bytes must be there.
+uint32_t number_at(std::string_view bytes, size_t position) noexcept;
+
+} // namespace vorn
+
+#endif

@@ -1,0 +1,12 @@
+// The local socket "vorn_sock_lsql": one LSQL request a connection.
+#ifndef VORN_SERVERS_SOCKET_API_HPP
+#define VORN_SERVERS_SOCKET_API_HPP
+
+namespace vorn {
+
+// Opens the socket. Returns 0, or 1 with the reason logged.
+int vorn_socket_api_init() noexcept;
+
+} // namespace vorn
+
+#endif

@@ -1,0 +1,20 @@
+// Owners for what libxml2 hands out.
+#ifndef VORN_XML_HANDLES_HPP
+#define VORN_XML_HANDLES_HPP
+
+#include "core/handles.hpp"
+#include <libxml/tree.h>
+
+namespace vorn {
+
+// xmlFree is a variable: it cannot be a template's argument.
+struct XmlCloser {
+  void operator()(xmlChar *text) const noexcept { xmlFree(text); }
+};
+
+using XmlDocument = std::unique_ptr<xmlDoc, Closer<xmlFreeDoc>>;
+using XmlText = std::unique_ptr<xmlChar, XmlCloser>;
+
+} // namespace vorn
+
+#endif

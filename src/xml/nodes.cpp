@@ -1,0 +1,105 @@
+#include "xml/nodes.hpp"
+
+#include "wexa.h"
+#include "xml/handles.hpp"
+#include <cstdint>
+#include <cstring>
+#include <libxml/parserInternals.h>
+
+namespace {
+
+// A decoded character and how many bytes it took; 0 bytes for what is not UTF-8 (RFC 3629).
+struct Decoded {
+  uint32_t character;
+  size_t length;
+};
+
+Decoded decode(const unsigned char *bytes) {
+  static constexpr struct {
+    unsigned char mask, lead;
+    uint32_t smallest; // what is smaller would have a shorter form
+  } forms[] = {{0x80, 0x00, 0}, {0xe0, 0xc0, 0x80}, {0xf0, 0xe0, 0x800}, {0xf8, 0xf0, 0x10000}};
+  for (size_t extra = 0; extra < 4; ++extra) {
+    const auto &form = forms[extra];
+    if ((bytes[0] & form.mask) != form.lead) continue;
+    uint32_t character = bytes[0] & static_cast<unsigned char>(~form.mask);
+    for (size_t i = 1; i <= extra; ++i) {
+      if ((bytes[i] & 0xc0) != 0x80) return {0, 0};
+      character = character << 6 | (bytes[i] & 0x3fu);
+    }
+    return {character, character >= form.smallest ? extra + 1 : 0};
+  }
+  return {0, 0};
+}
+
+bool is_xml_character(uint32_t c) {
+  return c == 0x9 || c == 0xa || c == 0xd || (c >= 0x20 && c <= 0xd7ff) || (c >= 0xe000 && c <= 0xfffd) ||
+         (c >= 0x10000 && c <= 0x10ffff);
+}
+
+} // namespace
+
+const char *vorn_util_xmlNodeListGetString(const xmlDoc *, const xmlNode *node, int in_line) noexcept {
+  if (!node || !in_line) return nullptr;
+  const bool is_text = node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE;
+  return is_text ? vorn::text_of(node->content) : nullptr;
+}
+
+const char *vorn_util_xmlGetProp(const xmlNode *node, const char *name) noexcept {
+  if (!node || !name || node->type != XML_ELEMENT_NODE) return nullptr;
+  const xmlAttr *attribute = xmlHasProp(node, vorn::xml_text(name));
+  if (!attribute) return nullptr;
+  if (!attribute->children) return "";
+  return vorn_util_xmlNodeListGetString(node->doc, attribute->children, 1);
+}
+
+namespace vorn {
+
+const char *node_name(const xmlNode &node) noexcept { return node.name ? text_of(node.name) : "(null)"; }
+
+bool is_named(const xmlNode *node, const char *name) noexcept {
+  return node && node->name && strcmp(text_of(node->name), name) == 0;
+}
+
+const xmlNode *first_child(const xmlNode &node) noexcept {
+  return node.type == XML_ELEMENT_NODE ? node.children : nullptr;
+}
+
+const char *element_text(const xmlNode &element) noexcept {
+  return vorn_util_xmlNodeListGetString(element.doc, first_child(element), 1);
+}
+
+bool xml_can_carry(const char *text) noexcept {
+  const auto *bytes = reinterpret_cast<const unsigned char *>(text);
+  const auto *const start = bytes;
+  while (*bytes) {
+    const Decoded next = decode(bytes);
+    if (next.length == 0 || !is_xml_character(next.character)) return false;
+    bytes += next.length;
+  }
+  return bytes - start < XML_MAX_TEXT_LENGTH;
+}
+
+bool is_xml_name(const char *name) noexcept { return xmlValidateName(xml_text(name), 0) == 0; }
+
+xmlNode *add_element(xmlNode *parent, const char *name, const char *value) noexcept {
+  if (!value) return xmlNewChild(parent, nullptr, xml_text(name), nullptr);
+  // xmlNewChild resolves entities in the content: what it gets is escaped.
+  const CString escaped(wexa_xml_escape(value));
+  return escaped ? xmlNewChild(parent, nullptr, xml_text(name), xml_text(escaped.get())) : nullptr;
+}
+
+bool set_attribute(xmlNode *element, const char *name, const char *value) noexcept {
+  // xmlSetProp takes the value as it is.
+  return xmlSetProp(element, xml_text(name), xml_text(value)) != nullptr;
+}
+
+xmlDoc *new_document(const char *root_name) noexcept {
+  XmlDocument document(xmlNewDoc(xml_text("1.0")));
+  xmlNode *root = document ? xmlNewDocNode(document.get(), nullptr, xml_text(root_name), nullptr) : nullptr;
+  if (!root) return nullptr;
+  xmlDocSetRootElement(document.get(), root);
+  return document.release();
+}
+
+} // namespace vorn

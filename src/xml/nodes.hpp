@@ -1,0 +1,44 @@
+// Reading and building of XML trees as the configuration file and LSQL share it.
+#ifndef VORN_XML_NODES_HPP
+#define VORN_XML_NODES_HPP
+
+#include "xml/nodes.h"
+#include <libxml/tree.h>
+
+namespace vorn {
+
+inline const char *text_of(const xmlChar *text) noexcept { return reinterpret_cast<const char *>(text); }
+inline const xmlChar *xml_text(const char *text) noexcept { return reinterpret_cast<const xmlChar *>(text); }
+
+// The node's name; "(null)" for a node that has none, such as a CDATA section.
+const char *node_name(const xmlNode &node) noexcept;
+
+bool is_named(const xmlNode *node, const char *name) noexcept;
+
+// The first child of an element, or null. Other nodes have none that count: an entity's stand in its
+// declaration.
+const xmlNode *first_child(const xmlNode &node) noexcept;
+
+// The value of an element: the content of its first child when that is text, else null.
+const char *element_text(const xmlNode &element) noexcept;
+
+// Whether an XML document can hold the text and be read again: valid UTF-8 of the characters that XML 1.0
+// allows (its production 2, "Char"), and not more of them than libxml2 takes.
+bool xml_can_carry(const char *text) noexcept;
+
+// Whether the name can be that of an element (XML 1.0's production 5, "Name").
+bool is_xml_name(const char *name) noexcept;
+
+// Appends an element; a null value gives an empty one. The value must be one that XML can carry. Returns null
+// without memory.
+xmlNode *add_element(xmlNode *parent, const char *name, const char *value = nullptr) noexcept;
+
+// Returns false without memory.
+bool set_attribute(xmlNode *element, const char *name, const char *value) noexcept;
+
+// Returns a document with its root element, or null without memory.
+xmlDoc *new_document(const char *root_name) noexcept;
+
+} // namespace vorn
+
+#endif
