@@ -1,17 +1,19 @@
 #include "commit/actions.hpp"
 
-#include "core/debug.h"
 #include "core/guard.hpp"
+#include "core/refuse.hpp"
 #include <cassert>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+using vorn::refuse;
+
 vorn::CString vorn_actions_get_string(const char *provider, const char *action, const char *class_name,
                                       const char *instance_name) noexcept {
-  if (!provider) return vorn_debug_1printf("No provider.\n"), nullptr;
-  if (!action) return vorn_debug_1printf("No action.\n"), nullptr;
-  if (instance_name && !class_name) return vorn_debug_1printf("Instance, but no class.\n"), nullptr;
+  if (!provider) return refuse("No provider.\n");
+  if (!action) return refuse("No action.\n");
+  if (instance_name && !class_name) return refuse("Instance, but no class.\n");
 
   const auto optional_length = [](const char *part) { return part ? strlen(part) + 1 : 0; };
   const size_t action_length =
@@ -32,7 +34,7 @@ vorn_actions *vorn_actions_new() noexcept {
 
 int vorn_actions_add(vorn_actions *actions, const char *provider, const char *action, const char *class_name,
                      const char *instance_name) noexcept {
-  if (!actions) return vorn_debug_1printf("No actions.\n"), 1;
+  if (!actions) return refuse("No actions.\n");
   const vorn::CString text = vorn_actions_get_string(provider, action, class_name, instance_name);
   if (!text) return 1;
   return vorn::guarded(1, [&] {
@@ -43,12 +45,15 @@ int vorn_actions_add(vorn_actions *actions, const char *provider, const char *ac
 
 int vorn_actions_exists(const vorn_actions *actions, const char *provider, const char *action,
                         const char *class_name, const char *instance_name) noexcept {
-  if (!actions) return vorn_debug_1printf("No actions.\n"), 1;
+  if (!actions) return refuse("No actions.\n");
   const vorn::CString text = vorn_actions_get_string(provider, action, class_name, instance_name);
   return !text || actions->strings.find(text.get()) ? 1 : 0;
 }
 
 void vorn_actions_delete(vorn_actions *actions) noexcept {
-  if (!actions) return vorn_debug_1printf("No actions.\n");
+  if (!actions) {
+    vorn_debug_1printf("No actions.\n");
+    return;
+  }
   delete actions;
 }

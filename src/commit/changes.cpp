@@ -1,7 +1,7 @@
 #include "commit/changes.hpp"
 
-#include "core/debug.h"
 #include "core/guard.hpp"
+#include "core/refuse.hpp"
 #include "model/classes.h"
 
 namespace {
@@ -97,7 +97,7 @@ bool class_has_instances(const vorn_instances &instances, const vorn_class &cls)
 } // namespace
 
 vorn_changes *vorn_changes_new(vorn_instances *after) noexcept {
-  if (!after) return vorn_debug_printf("%s: Null after.\n", "vorn_changes_new"), nullptr;
+  if (!after) return vorn::refuse_aloud("%s: Null after.\n", "vorn_changes_new");
   return guarded<vorn_changes *>(nullptr, [&]() -> vorn_changes * {
     auto changes = std::make_unique<vorn_changes>(after);
     if (!snapshot(*changes)) return nullptr;
@@ -110,7 +110,7 @@ int vorn_changes_instance_inserted(vorn_changes *changes, vorn_instance *instanc
   if (!changes || !instance) return 1;
   if (changes->record(instance)) return 0;
   return guarded(1, [&] {
-    if (vorn_instances_add(changes->changed.get(), instance) != 0) return 1;
+    if (vorn_instances_add(&changes->changed, instance) != 0) return 1;
     Record &record = changes->records.insert(address_key(instance), true)->value;
     vorn_class_property_iterator it(*instance->cls);
     while (const vorn_property *property = it.next())
@@ -124,8 +124,8 @@ int vorn_changes_instance_deleted(vorn_changes *changes, vorn_instance *instance
   if (!changes || !instance) return 1;
   auto *entry = changes->records.find(address_key(instance));
   if (!entry) return 0;
-  vorn_instances_remove(changes->changed.get(), instance);
-  if (entry->value.before) vorn_instances_add(changes->deleted.get(), entry->value.before);
+  vorn_instances_remove(&changes->changed, instance);
+  if (entry->value.before) vorn_instances_add(&changes->deleted, entry->value.before);
   changes->records.remove(entry);
   vorn_instance_set_listener(instance, nullptr, nullptr); // it leaves: this recorder must not hear of it
   return 0;
@@ -136,7 +136,7 @@ int vorn_changes_instance_updated(vorn_changes *changes, vorn_instance *instance
   Record *record = changes->record(instance);
   if (!record) return 1;
   if (record->changed) return 0;
-  if (vorn_instances_add(changes->changed.get(), instance) != 0) return 1;
+  if (vorn_instances_add(&changes->changed, instance) != 0) return 1;
   record->changed = true;
   return 0;
 }
@@ -158,12 +158,12 @@ vorn_instances *vorn_changes_get_before(const vorn_changes *changes) noexcept {
 
 vorn_instances_iterator *vorn_changes_new_class_instances_iterator(const vorn_changes *changes,
                                                                    const char *class_name) noexcept {
-  return changes ? vorn_instances_new_class_iterator(changes->changed.get(), class_name) : nullptr;
+  return changes ? vorn_instances_new_class_iterator(&changes->changed, class_name) : nullptr;
 }
 
 vorn_instances_iterator *vorn_changes_new_deleted_class_instances_iterator(const vorn_changes *changes,
                                                                            const char *class_name) noexcept {
-  return changes ? vorn_instances_new_class_iterator(changes->deleted.get(), class_name) : nullptr;
+  return changes ? vorn_instances_new_class_iterator(&changes->deleted, class_name) : nullptr;
 }
 
 vorn_instance *vorn_changes_get_instance_before(const vorn_changes *changes,
@@ -175,7 +175,7 @@ vorn_instance *vorn_changes_get_instance_before(const vorn_changes *changes,
 int vorn_changes_contains_class(const vorn_changes *changes, const char *class_name) noexcept {
   const vorn_class *cls = changes ? vorn_classes_get(class_name) : nullptr;
   if (!cls) return 0;
-  return class_has_instances(*changes->changed, *cls) || class_has_instances(*changes->deleted, *cls) ? 1 : 0;
+  return class_has_instances(changes->changed, *cls) || class_has_instances(changes->deleted, *cls) ? 1 : 0;
 }
 
 int vorn_changes_contains_instance(const vorn_changes *changes, vorn_instance *instance) noexcept {
@@ -190,11 +190,14 @@ int vorn_changes_contains_property(const vorn_changes *changes, vorn_instance *i
 }
 
 void vorn_changes_print(const vorn_changes *changes, FILE *stream) noexcept {
-  if (!changes) return vorn_debug_1printf("Null changes.\n");
+  if (!changes) {
+    vorn_debug_1printf("Null changes.\n");
+    return;
+  }
   fputs("Changed (updated or inserted) instances:\n", stream);
-  vorn_instances_print(changes->changed.get(), stream);
+  vorn_instances_print(&changes->changed, stream);
   fputs("\nDeleted instances:\n", stream);
-  vorn_instances_print(changes->deleted.get(), stream);
+  vorn_instances_print(&changes->deleted, stream);
   fputs("\n", stream);
 }
 

@@ -14,9 +14,7 @@ struct vorn_changes {
     std::unique_ptr<vorn::NameSet> properties{};
   };
 
-  // Not by default member initializers: g++ 12 leaks what `new` made in one when a later member's throws.
-  explicit vorn_changes(vorn_instances *after)
-      : watched(after), changed(new vorn_instances), deleted(new vorn_instances) {}
+  explicit vorn_changes(vorn_instances *after) noexcept : watched(after) {}
 
   Record *record(vorn_instance *instance) const {
     auto *entry = records.find(vorn::address_key(instance));
@@ -25,8 +23,8 @@ struct vorn_changes {
 
   vorn_instances *watched;
   vorn::OwnedInstances before;          // copies of everything at the start
-  vorn::InstanceReferences changed;     // the watched collection's own instances
-  vorn::InstanceReferences deleted;     // before-copies
+  vorn_instances changed;               // refers to the watched collection's own instances
+  vorn_instances deleted;               // refers to before-copies
   vorn::KeyedTable<Record> records{64}; // by the address of a watched instance
   vorn_changes *outer = nullptr;        // the recorder that this one was started over
 };

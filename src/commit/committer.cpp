@@ -1,20 +1,18 @@
 #include "commit/committer.hpp"
 
 #include "commit/changes.hpp"
-#include "core/debug.h"
 #include "core/guard.hpp"
+#include "core/refuse.hpp"
 #include "model/class.hpp"
 #include "model/classes.h"
 #include "model/instance.hpp"
-#include <optional>
 
 namespace {
 
 using vorn::guarded;
 using vorn::NameSet;
+using vorn::refuse;
 using ClassEntry = vorn_committer::ClassEntry;
-
-int refuse(const char *message) { return vorn_debug_1printf("%s", message), 1; }
 
 // What every setter for a class has in common: the handles, in their order, and the entry of the class, which
 // exists from the first registration on.
@@ -22,7 +20,7 @@ template <class Fn, class Store>
 int set_class_fn(vorn_committer *committer, const char *class_name, Fn fn, const char *null_fn, Store store) {
   if (!committer) return refuse("Null committer.\n");
   if (!class_name) return refuse("Null class.\n");
-  if (!fn) return refuse(null_fn);
+  if (!fn) return refuse("%s", null_fn);
   return guarded(1, [&] {
     const bool is_new = !committer->classes.find(class_name);
     auto *entry = committer->classes.find_or_insert(class_name);
@@ -46,10 +44,13 @@ public:
   void run() {
     if (!changes_) return;
     const vorn_class *cls = vorn_classes_get(name_);
-    if (!cls) return vorn_debug_eprintf("Unknown class \"%s\".\n", name_);
+    if (!cls) {
+      vorn_debug_eprintf("Unknown class \"%s\".\n", name_);
+      return;
+    }
     if (entry_.instance_delete || entry_.group_change || entry_.change_on_delete)
-      for (vorn_instances_iterator it(*changes_->deleted, *cls); it.has_next();) commit_deleted(it.next());
-    for (vorn_instances_iterator it(*changes_->changed, *cls); it.has_next();) commit_changed(it.next());
+      for (vorn_instances_iterator it(changes_->deleted, *cls); it.has_next();) commit_deleted(it.next());
+    for (vorn_instances_iterator it(changes_->changed, *cls); it.has_next();) commit_changed(it.next());
   }
 
 private:
@@ -99,10 +100,7 @@ private:
 
   // Without memory every member counts as the first: better a call too many than none.
   bool is_first_of(const char *group) {
-    return guarded(true, [&] {
-      if (!groups_seen_) groups_seen_.emplace(4);
-      return groups_seen_->insert(group) != nullptr;
-    });
+    return guarded(true, [&] { return groups_seen_.insert(group) != nullptr; });
   }
 
   void log_call(const char *callback) const {
@@ -114,7 +112,7 @@ private:
   vorn_instances *before_;
   const char *name_;
   const ClassEntry &entry_;
-  std::optional<NameSet> groups_seen_;
+  NameSet groups_seen_{4};
 };
 
 } // namespace
@@ -155,9 +153,8 @@ int vorn_committer_set_group_change_fn(vorn_committer *committer, const char *cl
   if (!committer) return refuse("Null committer.\n");
   if (!class_name) return refuse("Null class.\n");
   const vorn_class *cls = vorn_classes_get(class_name);
-  if (!cls) return vorn_debug_1printf("Unknown class \"%s\".\n", class_name), 1;
-  if (cls->type != VORN_CLASS_GROUP_NAMED)
-    return vorn_debug_1printf("Class \"%s\" is not group-named.\n", class_name), 1;
+  if (!cls) return refuse("Unknown class \"%s\".\n", class_name);
+  if (cls->type != VORN_CLASS_GROUP_NAMED) return refuse("Class \"%s\" is not group-named.\n", class_name);
   return set_class_fn(committer, class_name, fn, "Null group_change.\n",
                       [&](ClassEntry &entry) { entry.group_change = fn; });
 }

@@ -1,6 +1,6 @@
 #include "commit/provider_order.hpp"
 
-#include "core/debug.h"
+#include "core/refuse.hpp"
 
 namespace vorn {
 
@@ -15,9 +15,8 @@ void ProviderOrder::declare(const char *before, const char *after) {
 bool ProviderOrder::resolve(std::vector<std::string> &order) {
   for (auto &node : nodes_) {
     std::string trail;
-    if (visit(nodes_, node, order, trail)) continue;
-    vorn_debug_eprintf("Loop detected in providers order: %s.\n", trail.c_str());
-    return false;
+    if (!visit(nodes_, node, order, trail))
+      return refuse_aloud("Loop detected in providers order: %s.\n", trail.c_str());
   }
   return true;
 }

@@ -2,13 +2,15 @@
 
 #include "commit/provider.hpp"
 #include "commit/provider_order.hpp"
-#include "core/debug.h"
 #include "core/guard.hpp"
+#include "core/immortal.hpp"
+#include "core/refuse.hpp"
 #include <optional>
 
 namespace {
 
 using vorn::guarded;
+using vorn::refuse_aloud;
 
 // Filling until the order is resolved; then `declared` is gone and the list stands for the process's life.
 struct Registry {
@@ -17,12 +19,11 @@ struct Registry {
   std::optional<std::vector<std::string>> order{};
 };
 
-// Never freed: the walks may run until the process has ended.
-Registry *registry = nullptr;
+vorn::Immortal<Registry> registry;
 
 // Calls `visit` with every provider in order. Names without a provider are passed over.
 template <class Visit> void walk(Visit visit) {
-  if (!registry || !registry->order) return;
+  if (!registry->order) return;
   for (const std::string &name : *registry->order)
     if (vorn_provider *provider = vorn_providers_get(name.c_str())) visit(name.c_str(), provider);
 }
@@ -30,20 +31,16 @@ template <class Visit> void walk(Visit visit) {
 } // namespace
 
 int vorn_providers_init() noexcept {
-  return guarded(1, [] {
-    if (!registry) registry = new Registry;
-    return 0;
-  });
+  return 0; // there is one from the start
 }
 
 int vorn_providers_add(vorn_provider *provider) noexcept {
-  if (!provider) return vorn_debug_eprintf("Null provider.\n"), 1;
-  if (!vorn_provider_is_valid(provider)) return vorn_debug_eprintf("Provider is invalid.\n"), 1;
-  if (vorn_providers_init() != 0) return 1;
-  return guarded(1, [&] {
+  if (!provider) return refuse_aloud("Null provider.\n");
+  if (!vorn_provider_is_valid(provider)) return refuse_aloud("Provider is invalid.\n");
+  return guarded(1, [&]() -> int {
     const char *name = provider->name.c_str();
     if (vorn_providers_get(name))
-      return vorn_debug_eprintf("Provider with name \"%s\" already in providers.\n", name), 1;
+      return refuse_aloud("Provider with name \"%s\" already in providers.\n", name);
     // After the resolution there is no order to join: such a provider is never called.
     if (registry->declared) registry->declared->mention(name);
     registry->providers.insert(name, provider);
@@ -52,14 +49,14 @@ int vorn_providers_add(vorn_provider *provider) noexcept {
 }
 
 vorn_provider *vorn_providers_get(const char *name) noexcept {
-  if (!name || !registry) return nullptr;
+  if (!name) return nullptr;
   const auto *entry = registry->providers.find(name);
   return entry ? entry->value : nullptr;
 }
 
 int vorn_providers_order(const char *before_name, const char *after_name) noexcept {
-  if (!before_name || !after_name) return vorn_debug_eprintf("Null name.\n"), 1;
-  if (vorn_providers_init() != 0 || !registry->declared) return 1;
+  if (!before_name || !after_name) return refuse_aloud("Null name.\n");
+  if (!registry->declared) return 1;
   return guarded(1, [&] {
     registry->declared->declare(before_name, after_name);
     return 0;
@@ -67,7 +64,6 @@ int vorn_providers_order(const char *before_name, const char *after_name) noexce
 }
 
 int vorn_providers_done_adding() noexcept {
-  if (vorn_providers_init() != 0) return 1;
   return guarded(1, [] {
     if (registry->order) return 0;
     registry->order.emplace();
@@ -79,7 +75,7 @@ int vorn_providers_done_adding() noexcept {
 
 void vorn_providers_print(FILE *stream) noexcept {
   fputs("Providers, in order (*** = not present):\n", stream);
-  if (!registry || !registry->order) return;
+  if (!registry->order) return;
   for (const std::string &name : *registry->order)
     fprintf(stream, "%s%s\n", vorn_providers_get(name.c_str()) ? "     " : " *** ", name.c_str());
 }

@@ -3,7 +3,6 @@
 #include "core/guard.hpp"
 #include "core/keyed_table.hpp"
 #include "model/instance.hpp"
-#include <memory>
 #include <optional>
 
 namespace {
@@ -15,22 +14,20 @@ using vorn::NameSet;
 // The properties that are asked for of one instance, or of every instance.
 struct InstanceRequest {
   bool all_properties = false;
-  std::unique_ptr<NameSet> properties{};
+  NameSet properties{4};
 
-  bool asks_for(const char *property) const {
-    return all_properties || (properties && properties->find(property));
-  }
+  bool asks_for(const char *property) const { return all_properties || properties.find(property); }
 };
 
 // What is asked for of one class.
 struct ClassRequest {
-  std::unique_ptr<KeyedTable<InstanceRequest>> named{}; // by instance name
+  KeyedTable<InstanceRequest> named{8}; // by instance name
   std::optional<InstanceRequest> every{};
 
   // The request of a name, or of every instance for null; null when there is none.
   InstanceRequest *find(const char *instance_name) {
     if (!instance_name) return every ? &*every : nullptr;
-    auto *entry = named ? named->find(instance_name) : nullptr;
+    auto *entry = named.find(instance_name);
     return entry ? &entry->value : nullptr;
   }
   const InstanceRequest *find(const char *instance_name) const {
@@ -39,8 +36,7 @@ struct ClassRequest {
 
   InstanceRequest &find_or_add(const char *instance_name) {
     if (!instance_name) return every ? *every : every.emplace();
-    if (!named) named = std::make_unique<KeyedTable<InstanceRequest>>(8);
-    return named->find_or_insert(instance_name)->value;
+    return named.find_or_insert(instance_name)->value;
   }
 };
 
@@ -48,8 +44,8 @@ void print_properties(const InstanceRequest &request, FILE *stream) {
   fputs("Properties:", stream);
   if (request.all_properties) {
     fputs(" All.\n", stream);
-  } else if (request.properties) {
-    for (const auto &property : *request.properties) fprintf(stream, " %s", property.name());
+  } else if (!request.properties.empty()) {
+    for (const auto &property : request.properties) fprintf(stream, " %s", property.name());
     fputs(".\n", stream);
   } else {
     fputs(" None.\n", stream);
@@ -57,9 +53,9 @@ void print_properties(const InstanceRequest &request, FILE *stream) {
 }
 
 void print_class(const ClassRequest &request, FILE *stream) {
-  if (request.named) {
+  if (!request.named.empty()) {
     fputs("    Named instances:\n", stream);
-    for (const auto &instance : *request.named) {
+    for (const auto &instance : request.named) {
       fprintf(stream, "      Instance %s: ", instance.name());
       print_properties(instance.value, stream);
     }
@@ -123,8 +119,7 @@ int vorn_refresh_info_add_property(vorn_refresh_info *info, const char *class_na
   InstanceRequest &request = *cls.find(instance_name);
   if (request.all_properties) return 0;
   return guarded(1, [&] {
-    if (!request.properties) request.properties = std::make_unique<NameSet>(4);
-    request.properties->insert(property_name);
+    request.properties.insert(property_name);
     return 0;
   });
 }

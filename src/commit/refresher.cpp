@@ -1,7 +1,7 @@
 #include "commit/refresher.hpp"
 
-#include "core/debug.h"
 #include "core/guard.hpp"
+#include "core/refuse.hpp"
 #include "model/classes.h"
 #include "model/instance.h"
 #include "model/instances.hpp"
@@ -9,8 +9,8 @@
 namespace {
 
 using vorn::guarded;
-
-int refuse(const char *message) { return vorn_debug_1printf("%s", message), 1; }
+using vorn::refuse;
+using vorn::refuse_aloud;
 
 void refresh_instance(const vorn_refresher &refresher, vorn_instance *instance, vorn_refresh_info *info) {
   if (refresher.instance) refresher.instance(instance, info);
@@ -60,8 +60,8 @@ int vorn_refresher_fn(vorn_refresh_info *info) noexcept {
   if (refresher->pre_refresh) refresher->pre_refresh(info);
   const vorn_instances *instances = vorn_refresh_info_get_instances(info);
   const vorn_class *cls = vorn_classes_get(class_name);
-  if (!cls) return vorn_debug_eprintf("Unknown class \"%s\".\n", class_name), 0;
-  if (!instances) return vorn_debug_eprintf("Null instances.\n"), 0;
+  if (!cls) return refuse_aloud<0>("Unknown class \"%s\".\n", class_name);
+  if (!instances) return refuse_aloud<0>("Null instances.\n");
   for (vorn_instances_iterator it(*instances, *cls); it.has_next();) {
     vorn_instance *instance = it.next();
     if (vorn_refresh_info_contains_instance(info, instance)) refresh_instance(*refresher, instance, info);

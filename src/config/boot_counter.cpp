@@ -44,7 +44,7 @@ int read_counter(const Descriptor &file) {
   return atoi(text);
 }
 
-// One character at the start of the file; what stands behind it stays.
+// One character at the start of the file; what follows it stays.
 bool write_counter(const Descriptor &file, int counter) {
   const char character = static_cast<char>('0' + counter);
   if (lseek(file.get(), 0, SEEK_SET) < 0) return false;

@@ -4,7 +4,7 @@
 #include "commit/providers.h"
 #include "config/config.h"
 #include "config/running.hpp"
-#include "core/debug.h"
+#include "core/refuse.hpp"
 #include "model/classes.hpp"
 #include "model/instances.hpp"
 #include "xml/nodes.hpp"
@@ -16,12 +16,12 @@ namespace {
 using vorn::CString;
 using vorn::element_text;
 using vorn::node_name;
+using vorn::or_null;
 using vorn::OwnedInstance;
+using vorn::refuse_aloud;
 using vorn::XmlDocument;
 
 constexpr char root_name[] = "config";
-
-const char *or_null(const char *text) { return text ? text : "(null)"; }
 
 const xmlNode *find_child(const xmlNode &element, const char *name) {
   for (const xmlNode *child = vorn::first_child(element); child; child = child->next)
@@ -35,27 +35,21 @@ const char *subclass_name(const vorn_class &cls, const xmlNode &element) {
   const char *property = cls.subclass_identifier ? cls.subclass_identifier->name.c_str() : "(null)";
   const xmlNode *identifier = find_child(element, property);
   if (!identifier)
-    return vorn_debug_eprintf(
-               "Instance of class \"%s\" does not contain a subclass identifier property \"%s\".\n", name,
-               property),
-           nullptr;
+    return refuse_aloud("Instance of class \"%s\" does not contain a subclass identifier property \"%s\".\n",
+                        name, property);
   const char *value = element_text(*identifier);
   if (!value)
-    return vorn_debug_eprintf(
-               "Instance of class \"%s\" subclass identifier property \"%s\" has a null value.\n", name,
-               property),
-           nullptr;
+    return refuse_aloud("Instance of class \"%s\" subclass identifier property \"%s\" has a null value.\n",
+                        name, property);
   const vorn_class *subclass = vorn_classes_get(value);
   if (!subclass)
-    return vorn_debug_eprintf("Instance of class \"%s\" subclass identifier property \"%s\" value is an "
-                              "unknown class \"%s\".\n",
-                              name, property, value),
-           nullptr;
+    return refuse_aloud("Instance of class \"%s\" subclass identifier property \"%s\" value is an "
+                        "unknown class \"%s\".\n",
+                        name, property, value);
   if (!subclass->superclass_name || *subclass->superclass_name != name)
-    return vorn_debug_eprintf("Instance of class \"%s\" subclass identifier property \"%s\" value is \"%s\", "
-                              "which is not a subclass of \"%s\".\n",
-                              name, property, value, name),
-           nullptr;
+    return refuse_aloud("Instance of class \"%s\" subclass identifier property \"%s\" value is \"%s\", "
+                        "which is not a subclass of \"%s\".\n",
+                        name, property, value, name);
   return value;
 }
 
@@ -76,11 +70,13 @@ void add_instance(vorn_instances &running, vorn_changes &changes, OwnedInstance 
   char *reason = nullptr;
   const bool valid = vorn_instance_is_valid(&running, instance.get(), &reason);
   const CString owned_reason(reason);
-  if (!valid) return vorn_debug_eprintf("Instance is invalid: %s Skipping instance.", or_null(reason));
-  if (vorn_instances_add(&running, instance.get()) != 0)
-    return vorn_debug_eprintf("Couldn't add instance \"%s\" of class \"%s\". Skipping instance.\n",
-                              or_null(instance->name.get()), instance->cls->name.c_str());
-  vorn_changes_instance_inserted(&changes, instance.release());
+  if (!valid)
+    vorn_debug_eprintf("Instance is invalid: %s Skipping instance.", or_null(reason));
+  else if (vorn_instances_add(&running, instance.get()) != 0)
+    vorn_debug_eprintf("Couldn't add instance \"%s\" of class \"%s\". Skipping instance.\n",
+                       or_null(instance->name.get()), instance->cls->name.c_str());
+  else
+    vorn_changes_instance_inserted(&changes, instance.release());
 }
 
 void load_instance(vorn_instances &running, vorn_changes &changes, const xmlDoc &document,
@@ -89,9 +85,10 @@ void load_instance(vorn_instances &running, vorn_changes &changes, const xmlDoc 
   if (!class_name) return;
   const char *name = vorn_util_xmlGetProp(&element, "name");
   OwnedInstance instance(vorn_instance_new(vorn_classes_get(class_name), name));
-  if (!instance)
-    return vorn_debug_eprintf("Bad instance name \"%s\" of class \"%s\"- skipping.\n", or_null(name),
-                              class_name);
+  if (!instance) {
+    vorn_debug_eprintf("Bad instance name \"%s\" of class \"%s\"- skipping.\n", or_null(name), class_name);
+    return;
+  }
   for (const xmlNode *child = vorn::first_child(element); child; child = child->next)
     if (child->type == XML_ELEMENT_NODE) load_value(*instance, *child);
   add_instance(running, changes, std::move(instance));
@@ -127,13 +124,13 @@ void add_singletons(vorn_instances &running, vorn_changes &changes) {
 } // namespace
 
 XmlDocument vorn::open_config(const char *path) noexcept {
-  if (!path) return vorn_debug_eprintf("Config filename is null.\n"), nullptr;
+  if (!path) return refuse_aloud("Config filename is null.\n");
   XmlDocument document(xmlParseFile(path));
-  if (!document) return vorn_debug_eprintf("Config not parsed successfully.\n"), nullptr;
+  if (!document) return refuse_aloud("Config not parsed successfully.\n");
   const xmlNode *root = xmlDocGetRootElement(document.get());
-  if (!root) return vorn_debug_eprintf("Empty document.\n"), nullptr;
+  if (!root) return refuse_aloud("Empty document.\n");
   if (!is_named(root, root_name))
-    return vorn_debug_eprintf("Document of the wrong type: root node is not \"%s\".", root_name), nullptr;
+    return refuse_aloud("Document of the wrong type: root node is not \"%s\".", root_name);
   return document;
 }
 
@@ -153,7 +150,6 @@ int vorn::load_config(XmlDocument document) noexcept {
 const char *vorn_config_get_class_name(const xmlDoc *, const xmlNode *element) noexcept {
   if (!element) return nullptr;
   const vorn_class *cls = vorn_classes_get(node_name(*element));
-  if (!cls)
-    return vorn_debug_eprintf("Instance has an unknown class \"%s\".\n", node_name(*element)), nullptr;
+  if (!cls) return refuse_aloud("Instance has an unknown class \"%s\".\n", node_name(*element));
   return cls->abstract == 1 ? subclass_name(*cls, *element) : vorn::text_of(element->name);
 }

@@ -1,6 +1,6 @@
 // Writes the running configuration in the format of the configuration file.
 #include "config/config.h"
-#include "core/debug.h"
+#include "core/refuse.hpp"
 #include "model/classes.hpp"
 #include "model/instances.hpp"
 #include "xml/handles.hpp"
@@ -9,14 +9,14 @@
 
 namespace {
 
+using vorn::refuse_aloud;
+
 // What XML cannot carry would make the whole file unreadable at the next boot: it is left out, alone, and
 // reported.
 bool leave_out(const vorn_instance &instance, const char *what, const char *property) {
-  const char *name = instance.name.get() ? instance.name.get() : "(null)";
-  vorn_debug_eprintf(
+  return refuse_aloud(
       "The configuration file cannot hold %s%s%s of instance \"%s\" of class \"%s\" - leaving it out.\n",
-      what, property, *property ? "\"" : "", name, instance.cls->name.c_str());
-  return false;
+      what, property, *property ? "\"" : "", vorn::or_null(instance.name.get()), instance.cls->name.c_str());
 }
 
 bool can_save_name(const vorn_instance &instance) {
@@ -31,8 +31,8 @@ bool can_save_value(const vorn_instance &instance, const char *property, const c
 
 bool can_save_class(const vorn_class &cls) {
   if (vorn::is_xml_name(cls.name.c_str())) return true;
-  vorn_debug_eprintf("The configuration file cannot hold class \"%s\" - leaving it out.\n", cls.name.c_str());
-  return false;
+  return refuse_aloud("The configuration file cannot hold class \"%s\" - leaving it out.\n",
+                      cls.name.c_str());
 }
 
 bool is_saved(const vorn_instance &instance, const char *property_name) {
@@ -77,11 +77,11 @@ vorn::XmlDocument build_document(const vorn_instances &instances) {
 } // namespace
 
 int vorn_config_dump_running(const char *path) noexcept {
-  if (!path) return vorn_debug_eprintf("Config filename is null.\n"), 1;
+  if (!path) return refuse_aloud("Config filename is null.\n");
   const vorn_instances *running = vorn_config_get_running();
-  if (!running) return vorn_debug_eprintf("Null instances.\n"), 1;
+  if (!running) return refuse_aloud("Null instances.\n");
   const vorn::XmlDocument document = build_document(*running);
-  if (!document) return vorn_debug_eprintf("No memory to write the configuration.\n"), 1;
+  if (!document) return refuse_aloud("No memory to write the configuration.\n");
   xmlSaveFormatFile(path, document.get(), 1);
   return 0;
 }

@@ -4,9 +4,9 @@
 #include "config/config_reader.hpp"
 #include "config/default_header.hpp"
 #include "config/paths.hpp"
-#include "core/debug.h"
 #include "core/guard.hpp"
 #include "core/handles.hpp"
+#include "core/refuse.hpp"
 #include "notify/notify.h"
 #include "notify/request_state.h"
 #include "process/command.h"
@@ -22,6 +22,7 @@ namespace {
 
 using vorn::default_path;
 using vorn::File;
+using vorn::refuse_aloud;
 using vorn::rescue_path;
 using vorn::startup_path;
 
@@ -43,7 +44,9 @@ enum {
 
 constexpr size_t block_size = 1024;
 
-int cannot_open(const char *path, int code) { return vorn_debug_eprintf("Can't open %s.\n", path), code; }
+template <int code> vorn::Refusal<code> cannot_open(const char *path) {
+  return refuse_aloud<code>("Can't open %s.\n", path);
+}
 
 // Copies at most so many bytes, fewer when the source ends before. Returns whether all could be read and
 // written; closes the target.
@@ -65,13 +68,20 @@ bool copy_bytes(const File &from, File to, long count) {
 // is. The log tells what the device comes up on, which is called `name`.
 void copy_to_startup(const char *path, const char *name) {
   const File from(fopen(path, "re"));
-  if (!from) return vorn_debug_eprintf("vorn_config_cp: Can't open %s\n", path);
+  if (!from) {
+    vorn_debug_eprintf("vorn_config_cp: Can't open %s\n", path);
+    return;
+  }
   const int first = getc(from.get());
-  if (first == EOF && ferror(from.get())) return vorn_debug_perror(path);
+  if (first == EOF && ferror(from.get())) {
+    vorn_debug_perror(path);
+    return;
+  }
   ungetc(first, from.get());
   File to(fopen(startup_path, "we"));
-  if (!to) return vorn_debug_eprintf("vorn_config_cp: Can't open %s\n", startup_path);
-  if (copy_bytes(from, std::move(to), LONG_MAX))
+  if (!to)
+    vorn_debug_eprintf("vorn_config_cp: Can't open %s\n", startup_path);
+  else if (copy_bytes(from, std::move(to), LONG_MAX))
     vorn_debug_printf("The startup configuration is now the %s configuration.\n", name);
   else
     vorn_debug_perror(startup_path);
@@ -86,10 +96,10 @@ void announce() {
 
 int extract_body(const File &file, const vorn::DefaultHeader &header) {
   File body(fopen(body_path, "we"));
-  if (!body) return cannot_open(body_path, no_body);
+  if (!body) return cannot_open<no_body>(body_path);
   copy_bytes(file, std::move(body), header.length); // a short one has another checksum
   const File checklist(fopen(checklist_path, "we"));
-  if (!checklist) return cannot_open(checklist_path, no_checklist);
+  if (!checklist) return cannot_open<no_checklist>(checklist_path);
   fprintf(checklist.get(), "%s  %s\n", header.md5.c_str(), body_path);
   return done;
 }
@@ -97,17 +107,14 @@ int extract_body(const File &file, const vorn::DefaultHeader &header) {
 int check_body() {
   if (vorn_command_execl("/usr/bin/md5sum", "-c", checklist_path, static_cast<char *>(nullptr)) == 0)
     return done;
-  vorn_debug_eprintf("%s failed checksum.\n", default_path);
-  return wrong_checksum;
+  return refuse_aloud<wrong_checksum>("%s failed checksum.\n", default_path);
 }
 
 int extract_default() {
   const File file(fopen(default_path, "re"));
-  if (!file && errno == ENOENT) {
-    vorn_debug_1printf("Default file %s does not exist.\n", default_path);
-    return absent;
-  }
-  if (!file) return cannot_open(default_path, unreadable);
+  if (!file && errno == ENOENT)
+    return vorn::refuse<absent>("Default file %s does not exist.\n", default_path);
+  if (!file) return cannot_open<unreadable>(default_path);
   vorn::DefaultHeader header;
   if (const int fault = vorn::read_default_header(file.get(), header)) return bad_header + fault;
   if (const int fault = extract_body(file, header)) return fault;
@@ -124,7 +131,7 @@ long write_body() {
   struct stat status;
   unlink(body_path);
   if (vorn_config_dump_running(body_path) != 0) return -1;
-  if (stat(body_path, &status) != 0) return vorn_debug_eprintf("Can't stat %s.\n", body_path), -1;
+  if (stat(body_path, &status) != 0) return refuse_aloud<-1>("Can't stat %s.\n", body_path);
   return vorn::open_config(body_path) ? static_cast<long>(status.st_size) : -1;
 }
 
@@ -133,17 +140,16 @@ bool read_md5(char (&md5)[33]) {
   unlink(md5_path);
   if (system(md5_command) == -1) vorn_debug_perror(md5_command);
   const File file(fopen(md5_path, "re"));
-  if (!file) return cannot_open(md5_path, false);
+  if (!file) return cannot_open<1>(md5_path);
   if (fscanf(file.get(), "%32s", md5) == 1) return true;
-  vorn_debug_eprintf("No checksum in %s.\n", md5_path);
-  return false;
+  return refuse_aloud("No checksum in %s.\n", md5_path);
 }
 
 int write_default(long size, const char *md5) {
   File file(fopen(default_path, "we"));
-  if (!file) return cannot_open(default_path, 1);
+  if (!file) return cannot_open<1>(default_path);
   const File body(fopen(body_path, "re"));
-  if (!body) return cannot_open(body_path, 1);
+  if (!body) return cannot_open<1>(body_path);
   fprintf(file.get(), "Version: 1\nLength: %ld\nMD5sum: %s\n\n", size, md5);
   if (copy_bytes(body, std::move(file), size)) return 0;
   vorn_debug_perror(default_path);
@@ -160,7 +166,10 @@ int vorn_config_copy_running_to_default() noexcept {
 
 int vorn_config_copy_default_to_startup() noexcept {
   const int code = vorn::guarded<int>(unreadable, extract_default);
-  if (code == done) return announce(), 0;
+  if (code == done) {
+    announce();
+    return 0;
+  }
   if (code != absent) vorn_debug_eprintf("Error %d copying default config.\n", code);
   vorn_config_copy_rescue_to_startup();
   return 1;

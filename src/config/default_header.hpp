@@ -7,7 +7,7 @@
 
 namespace vorn {
 
-// What the header tells of the body behind it.
+// What the header tells of the body after it.
 struct DefaultHeader {
   long length = 0;   // in bytes
   std::string md5{}; // 32 characters, as md5sum(1) prints them

@@ -2,8 +2,8 @@
 #include "config/config.h"
 #include "config/config_reader.hpp"
 #include "config/paths.hpp"
-#include "core/debug.h"
 #include "core/handles.hpp"
+#include "core/refuse.hpp"
 #include "notify/notify.h"
 #include "notify/request_state.h"
 #include <cstdio>
@@ -44,10 +44,7 @@ int vorn_config_copy_startup_to_running() noexcept {
     vorn_config_copy_default_to_startup();
     document = vorn::open_config(startup_path);
   }
-  if (!document) {
-    vorn_debug_eprintf("Unable to read the default either.");
-    return 1;
-  }
+  if (!document) return vorn::refuse_aloud("Unable to read the default either.");
   if (vorn::load_config(std::move(document)) != 0)
     vorn_debug_eprintf("No memory to load the configuration.\n");
   return 0; // the file is good

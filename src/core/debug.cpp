@@ -1,4 +1,4 @@
-#include "core/debug.h"
+#include "core/debug.hpp"
 
 #include "core/guard.hpp"
 #include <cerrno>
@@ -30,14 +30,6 @@ LocalTime local_time() {
   const time_t seconds = time(nullptr);
   if (ctime_r(&seconds, now.text)) now.text[strcspn(now.text, "\n")] = '\0';
   return now;
-}
-
-void write_message(const char *format, va_list arguments) {
-  FILE *out = vorn_debug_get_stream();
-  fputs(prefix, out);
-  if (timestamp) fprintf(out, "[%s] ", local_time().text);
-  vfprintf(out, format, arguments);
-  fflush(out);
 }
 
 void exit_or_continue() {
@@ -77,32 +69,38 @@ int vorn_debug_get_timestamp() noexcept { return timestamp; }
 
 int vorn_debug_set_exit_on_fatal(int on) noexcept { return set_flag(exit_on_fatal, on); }
 
-// The variants differ in their condition alone, and each must start its own argument list.
-#define WRITE_MESSAGE_WHEN(condition, format)                                                                \
-  if (!(condition)) return;                                                                                  \
-  va_list arguments;                                                                                         \
-  va_start(arguments, format);                                                                               \
-  write_message(format, arguments);                                                                          \
-  va_end(arguments)
-
-void vorn_debug_printf(const char *format, ...) noexcept { WRITE_MESSAGE_WHEN(true, format); }
-
-void vorn_debug_1printf(const char *format, ...) noexcept { WRITE_MESSAGE_WHEN(level != 0, format); }
-
-void vorn_debug_lprintf(int min, const char *format, ...) noexcept {
-  WRITE_MESSAGE_WHEN(level >= min, format);
+void vorn::log_message(int min, const char *format, va_list arguments) noexcept {
+  if (level < min) return;
+  FILE *out = vorn_debug_get_stream();
+  fputs(prefix, out);
+  if (timestamp) fprintf(out, "[%s] ", local_time().text);
+  vfprintf(out, format, arguments);
+  fflush(out);
 }
 
-void vorn_debug_eprintf(const char *format, ...) noexcept { WRITE_MESSAGE_WHEN(true, format); }
+// The variants differ in their level alone, and each must start its own argument list.
+#define LOG_MESSAGE(min, format)                                                                             \
+  va_list arguments;                                                                                         \
+  va_start(arguments, format);                                                                               \
+  vorn::log_message(min, format, arguments);                                                                 \
+  va_end(arguments)
+
+void vorn_debug_printf(const char *format, ...) noexcept { LOG_MESSAGE(0, format); }
+
+void vorn_debug_1printf(const char *format, ...) noexcept { LOG_MESSAGE(1, format); }
+
+void vorn_debug_lprintf(int min, const char *format, ...) noexcept { LOG_MESSAGE(min, format); }
+
+void vorn_debug_eprintf(const char *format, ...) noexcept { LOG_MESSAGE(0, format); }
 
 void vorn_debug_fatal(const char *text) noexcept {
-  vorn_debug_eprintf("Fatal error: %s\n", text ? text : "(null)");
+  vorn_debug_eprintf("Fatal error: %s\n", vorn::or_null(text));
   exit_or_continue();
 }
 
 void vorn_debug_perror(const char *text) noexcept {
   const int error = errno;
-  const char *bare = text ? text : "(null)";
+  const char *bare = vorn::or_null(text);
   const bool reported = vorn::guarded(false, [&] {
     std::string message = prefix;
     if (timestamp) message.append("[").append(local_time().text).append("] ");
@@ -119,7 +117,7 @@ void vorn_debug_perror(const char *text) noexcept {
 
 void vorn_debug_fatal_perror(const char *text) noexcept {
   const int error = errno;
-  const char *bare = text ? text : "(null)";
+  const char *bare = vorn::or_null(text);
   const bool reported = vorn::guarded(false, [&] {
     const std::string message = std::string("Fatal error: ") + bare;
     errno = error;

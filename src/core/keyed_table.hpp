@@ -1,4 +1,4 @@
-// The hash table behind every registry and store.
+// The hash table of every registry and store.
 #ifndef VORN_CORE_KEYED_TABLE_HPP
 #define VORN_CORE_KEYED_TABLE_HPP
 
@@ -47,7 +47,7 @@ template <class Value> class KeyedTable {
   };
 
 public:
-  // One mapping; its key's bytes stand behind it in the same block of memory.
+  // One mapping; its key's bytes follow it in the same block of memory.
   struct Entry : Links {
     Value value;
 
@@ -86,13 +86,12 @@ public:
     const Links *end_ = nullptr;
   };
 
-  // `buckets` is a hint of the size, rounded up to a power of two.
-  explicit KeyedTable(size_t buckets = 8)
-      : mask_(std::bit_ceil(buckets ? buckets : 1) - 1), buckets_(new Entry *[mask_ + 1]()) {}
+  // Allocates nothing. `buckets` is a hint of the size, rounded up to a power of two.
+  explicit KeyedTable(size_t buckets = 8) noexcept : mask_(std::bit_ceil(buckets ? buckets : 1) - 1) {}
 
   // The same entries in the same order.
   KeyedTable(const KeyedTable &other) : KeyedTable(other.mask_ + 1) {
-    for (const Entry &entry : other) append(make_entry(entry.hash_, entry.key(), entry.value));
+    for (const Entry &entry : other) insert_like(entry, entry.value);
   }
   KeyedTable &operator=(const KeyedTable &) = delete;
   ~KeyedTable() { clear(); }
@@ -108,7 +107,7 @@ public:
   template <class... Arguments> Entry *insert(std::string_view key, Arguments &&...arguments) {
     const uint32_t hash = hash_bytes(key);
     if (find(hash, key)) return nullptr;
-    return append(make_entry(hash, key, std::forward<Arguments>(arguments)...));
+    return append(hash, key, std::forward<Arguments>(arguments)...);
   }
   template <class... Arguments> Entry *insert(const char *name, Arguments &&...arguments) {
     return insert(name_key(name), std::forward<Arguments>(arguments)...);
@@ -123,7 +122,7 @@ public:
   // Copies an entry of another table, whose key must not be present here, with another value.
   template <class Other, class... Arguments>
   Entry *insert_like(const Other &model, Arguments &&...arguments) {
-    return append(make_entry(model.hash(), model.key(), std::forward<Arguments>(arguments)...));
+    return append(model.hash(), model.key(), std::forward<Arguments>(arguments)...);
   }
 
   void remove(Entry *entry) noexcept {
@@ -145,7 +144,7 @@ public:
     for (Iterator it = iterate(); Entry *entry = it.next();) destroy(entry);
     ends_.previous = ends_.next = &ends_;
     size_ = 0;
-    std::fill_n(buckets_.get(), mask_ + 1, nullptr);
+    if (buckets_) std::fill_n(buckets_.get(), mask_ + 1, nullptr);
   }
 
   Iterator iterate() const noexcept { return Iterator(ends_); }
@@ -169,6 +168,7 @@ public:
 
 private:
   Entry *find(uint32_t hash, std::string_view key) const noexcept {
+    if (!buckets_) return nullptr;
     for (Entry *entry = buckets_[hash & mask_]; entry; entry = entry->chain_)
       if (entry->hash_ == hash && entry->key() == key) return entry;
     return nullptr;
@@ -194,9 +194,13 @@ private:
     ::operator delete(entry);
   }
 
-  Entry *append(Entry *entry) noexcept {
+  template <class... Arguments> Entry *append(uint32_t hash, std::string_view key, Arguments &&...arguments) {
+    // First what may throw: a refused entry leaves not even buckets.
+    std::unique_ptr<Entry *[]> first_buckets(buckets_ ? nullptr : new Entry *[mask_ + 1]());
+    Entry *entry = make_entry(hash, key, std::forward<Arguments>(arguments)...);
+    if (first_buckets) buckets_ = std::move(first_buckets);
     if (size_ >= 2 * (mask_ + 1)) grow();
-    Entry **bucket = &buckets_[entry->hash_ & mask_];
+    Entry **bucket = &buckets_[hash & mask_];
     entry->chain_ = *bucket;
     *bucket = entry;
     link_at_end(entry);
@@ -228,8 +232,8 @@ private:
 
   Links ends_{&ends_, &ends_}; // the order's first and last entry
   size_t size_ = 0;
-  size_t mask_; // the number of buckets less one
-  std::unique_ptr<Entry *[]> buckets_;
+  size_t mask_;                        // the number of buckets less one
+  std::unique_ptr<Entry *[]> buckets_; // none until something comes in
 };
 
 // The value of a table that is a set of names.

@@ -1,10 +1,11 @@
 // The loop waits for readable descriptors only. An epoll instance is one, as soon as a socket that it watches
-// for room to write has some: it stands in the loop for all sockets that something is kept for.
+// for room to write has some: it stands in the loop for all sockets that something waits for.
 #include "core/outbox.hpp"
 
 #include "core/eloop.h"
 #include "core/guard.hpp"
 #include "core/handles.hpp"
+#include "core/immortal.hpp"
 #include <cerrno>
 #include <list>
 #include <string>
@@ -15,20 +16,24 @@ namespace vorn {
 
 namespace {
 
-// What is kept for one socket.
-struct Kept {
+// What waits for room on one socket.
+struct Pending {
   int fd;
   std::string rest;
   OutboxDone done;
   void *data;
 };
 
-std::list<Kept> outbox;
-Descriptor room_watch; // the epoll instance; open and in the loop while anything is kept
+struct Outbox {
+  std::list<Pending> pending{};
+  Descriptor room_watch{}; // the epoll instance; open and in the loop while anything waits
+};
 
-Kept *find(int fd) {
-  for (Kept &kept : outbox)
-    if (kept.fd == fd) return &kept;
+Immortal<Outbox> outbox;
+
+Pending *find(int fd) {
+  for (Pending &pending : outbox->pending)
+    if (pending.fd == fd) return &pending;
   return nullptr;
 }
 
@@ -44,28 +49,31 @@ bool send_some(int fd, std::string_view &text) {
   return true;
 }
 
-void patience_is_over(void *fd_data, void *);
+void time_is_over(void *pending, void *);
 
-void restart_patience(Kept &kept) {
-  eloop_cancel_timeout(patience_is_over, &kept, nullptr);
-  eloop_register_timeout(outbox_patience_seconds, 0, patience_is_over, &kept, nullptr);
+void restart_timeout(Pending &pending) {
+  eloop_cancel_timeout(time_is_over, &pending, nullptr);
+  eloop_register_timeout(outbox_timeout_seconds, 0, time_is_over, &pending, nullptr);
 }
 
-void finish(Kept &kept, bool sent) {
-  const Kept done = {kept.fd, {}, kept.done, kept.data};
+void finish(Pending &pending, bool sent) {
+  const Pending done = {pending.fd, {}, pending.done, pending.data};
   outbox_forget(done.fd);
   done.done(done.fd, sent, done.data);
 }
 
-void patience_is_over(void *kept, void *) { finish(*static_cast<Kept *>(kept), false); }
+void time_is_over(void *pending, void *) { finish(*static_cast<Pending *>(pending), false); }
 
-void send_rest(Kept &kept) {
-  std::string_view rest = kept.rest;
-  const bool alive = send_some(kept.fd, rest);
-  if (!alive || rest.empty()) return finish(kept, alive);
-  if (rest.size() == kept.rest.size()) return;
-  kept.rest.erase(0, kept.rest.size() - rest.size());
-  restart_patience(kept);
+void send_rest(Pending &pending) {
+  std::string_view rest = pending.rest;
+  const bool alive = send_some(pending.fd, rest);
+  if (!alive || rest.empty()) {
+    finish(pending, alive);
+    return;
+  }
+  if (rest.size() == pending.rest.size()) return;
+  pending.rest.erase(0, pending.rest.size() - rest.size());
+  restart_timeout(pending);
 }
 
 void room_found(int watch, void *, void *) {
@@ -73,10 +81,11 @@ void room_found(int watch, void *, void *) {
   const int count = epoll_wait(watch, events, std::size(events), 0);
   // Looked up anew each time: finishing one may have made its owner forget another.
   for (int i = 0; i < count; ++i)
-    if (Kept *kept = find(events[i].data.fd)) send_rest(*kept);
+    if (Pending *pending = find(events[i].data.fd)) send_rest(*pending);
 }
 
 bool open_watch() {
+  Descriptor &room_watch = outbox->room_watch;
   if (room_watch) return true;
   room_watch.reset(epoll_create1(EPOLL_CLOEXEC));
   if (room_watch && eloop_register_read_sock(room_watch.get(), room_found, nullptr, nullptr) == 0)
@@ -86,45 +95,45 @@ bool open_watch() {
 }
 
 void close_watch_when_idle() {
-  if (!outbox.empty() || !room_watch) return;
-  eloop_unregister_read_sock(room_watch.get());
-  room_watch.reset();
+  if (!outbox->pending.empty() || !outbox->room_watch) return;
+  eloop_unregister_read_sock(outbox->room_watch.get());
+  outbox->room_watch.reset();
 }
 
-Delivery keep(int fd, std::string_view rest, OutboxDone done, void *data) {
-  outbox.push_back({fd, std::string(rest), done, data});
+Delivery wait_for_room(int fd, std::string_view rest, OutboxDone done, void *data) {
+  outbox->pending.push_back({fd, std::string(rest), done, data});
   epoll_event event = {.events = EPOLLOUT, .data = {.fd = fd}};
-  if (open_watch() && epoll_ctl(room_watch.get(), EPOLL_CTL_ADD, fd, &event) == 0) {
-    restart_patience(outbox.back());
+  if (open_watch() && epoll_ctl(outbox->room_watch.get(), EPOLL_CTL_ADD, fd, &event) == 0) {
+    restart_timeout(outbox->pending.back());
     return Delivery::pending;
   }
-  outbox.pop_back();
+  outbox->pending.pop_back();
   close_watch_when_idle();
   return Delivery::failed;
 }
 
 } // namespace
 
-Delivery outbox_send(int fd, std::string_view text, size_t backlog, OutboxDone done, void *data) noexcept {
+Delivery outbox_send(int fd, std::string_view text, size_t limit, OutboxDone done, void *data) noexcept {
   return guarded(Delivery::failed, [&] {
-    if (Kept *kept = find(fd)) {
-      if (kept->rest.size() + text.size() > backlog) return Delivery::failed;
-      kept->rest += text;
+    if (Pending *pending = find(fd)) {
+      if (pending->rest.size() + text.size() > limit) return Delivery::failed;
+      pending->rest += text;
       return Delivery::pending;
     }
     std::string_view rest = text;
     if (!send_some(fd, rest)) return Delivery::failed;
     if (rest.empty()) return Delivery::complete;
-    return keep(fd, rest, done, data);
+    return wait_for_room(fd, rest, done, data);
   });
 }
 
 void outbox_forget(int fd) noexcept {
-  for (auto it = outbox.begin(); it != outbox.end(); ++it) {
+  for (auto it = outbox->pending.begin(); it != outbox->pending.end(); ++it) {
     if (it->fd != fd) continue;
-    eloop_cancel_timeout(patience_is_over, &*it, nullptr);
-    epoll_ctl(room_watch.get(), EPOLL_CTL_DEL, fd, nullptr);
-    outbox.erase(it);
+    eloop_cancel_timeout(time_is_over, &*it, nullptr);
+    epoll_ctl(outbox->room_watch.get(), EPOLL_CTL_DEL, fd, nullptr);
+    outbox->pending.erase(it);
     break;
   }
   close_watch_when_idle();

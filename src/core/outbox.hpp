@@ -9,21 +9,22 @@ namespace vorn {
 
 enum class Delivery {
   complete, // the system has taken everything
-  pending,  // the rest is kept and goes as the reader takes it
-  failed    // nothing of the text was or will be sent: the reader is gone, or too much is kept for it already
+  pending,  // the rest waits and goes as the reader takes it
+  failed    // nothing of the text was or will be sent: the reader is gone, or too much waits for it already
 };
 
-// Called from the loop for a socket with a kept rest: `sent` when all of it has gone, else when the reader is
-// gone or has taken nothing for outbox_patience_seconds. The outbox has forgotten the socket by then.
+// Called from the loop for a socket with a rest that waits: `sent` when all of it has gone, else when the
+// reader is gone or has taken nothing for outbox_timeout_seconds. The outbox has forgotten the socket by
+// then.
 using OutboxDone = void (*)(int fd, bool sent, void *data);
 
-constexpr unsigned outbox_patience_seconds = 10;
+constexpr unsigned outbox_timeout_seconds = 10;
 
-// Sends a text behind what is kept for the socket already. At most `backlog` bytes are kept: a text that
-// would add to more is refused whole.
-Delivery outbox_send(int fd, std::string_view text, size_t backlog, OutboxDone done, void *data) noexcept;
+// Sends a text after what waits for the socket already. At most `limit` bytes wait: a text that would add to
+// more is refused whole.
+Delivery outbox_send(int fd, std::string_view text, size_t limit, OutboxDone done, void *data) noexcept;
 
-// Forgets what is kept for the socket, without calling anything. To be called before the socket is closed.
+// Forgets what waits for the socket, without calling anything. To be called before the socket is closed.
 void outbox_forget(int fd) noexcept;
 
 } // namespace vorn

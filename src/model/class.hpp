@@ -21,7 +21,7 @@ struct vorn_class {
   vorn_class *superclass = nullptr; // found by vorn_class_resolve
   int abstract = -1;                // -1 until decided
   vorn_property *subclass_identifier = nullptr;
-  std::unique_ptr<Subclasses> subclasses; // of abstract classes only, filled as they resolve
+  Subclasses subclasses{16}; // of an abstract class, filled as they resolve
   int persistence = 0;
   unsigned type = 0;
   Properties properties; // the own ones

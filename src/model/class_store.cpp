@@ -1,16 +1,11 @@
 #include "model/class_store.hpp"
 
-#include "core/debug.h"
 #include "core/guard.hpp"
+#include "core/refuse.hpp"
 
 namespace vorn {
 
 namespace {
-
-bool refuse(const char *text) {
-  vorn_debug_eprintf("%s", text);
-  return false;
-}
 
 // Appends copies of a table's instances under the same keys.
 bool copy_entries(const UniqueNames &from, UniqueNames &to, bool by_address) {
@@ -39,8 +34,8 @@ class SingletonStore final : public ClassStore {
 public:
   explicit SingletonStore(const vorn_class &cls) : ClassStore(cls) {}
   bool add(vorn_instance *instance) override {
-    if (instance_) return refuse("Singleton class may not have multiple instances.\n");
-    if (instance->name.get()) return refuse("Singleton instance may not have a name.\n");
+    if (instance_) return refuse_aloud("Singleton class may not have multiple instances.\n");
+    if (instance->name.get()) return refuse_aloud("Singleton instance may not have a name.\n");
     instance_ = instance;
     return true;
   }
@@ -64,7 +59,7 @@ class AnonymousStore final : public ClassStore {
 public:
   explicit AnonymousStore(const vorn_class &cls) : ClassStore(cls) {}
   bool add(vorn_instance *instance) override {
-    if (instance->name.get()) return refuse("Anonymous instance may not have a name.\n");
+    if (instance->name.get()) return refuse_aloud("Anonymous instance may not have a name.\n");
     return members_.insert(address_key(instance), instance) != nullptr;
   }
   bool remove(vorn_instance *instance) override { return remove_member(members_, instance); }
@@ -81,7 +76,7 @@ class UniqueNamedStore final : public ClassStore {
 public:
   explicit UniqueNamedStore(const vorn_class &cls) : ClassStore(cls) {}
   bool add(vorn_instance *instance) override {
-    if (!instance->name.get()) return refuse("Unique-named instance must have a name.\n");
+    if (!instance->name.get()) return refuse_aloud("Unique-named instance must have a name.\n");
     return names_.insert(instance->name.get(), instance) != nullptr;
   }
   bool remove(vorn_instance *instance) override {
@@ -109,7 +104,7 @@ public:
   explicit GroupNamedStore(const vorn_class &cls) : ClassStore(cls) {}
   bool add(vorn_instance *instance) override {
     const char *name = instance->name.get();
-    if (!name) return refuse("Group-named instance must have a name.\n");
+    if (!name) return refuse_aloud("Group-named instance must have a name.\n");
     auto *group = groups_.find(name);
     if (group) return group->value.insert(address_key(instance), instance) != nullptr;
     group = groups_.insert(name, size_t{4});

@@ -1,9 +1,15 @@
 #include "model/classes.hpp"
 
-#include "core/debug.h"
 #include "core/guard.hpp"
+#include "core/immortal.hpp"
+#include "core/refuse.hpp"
 
 namespace {
+
+using vorn::refuse;
+
+// Plugins and instances refer to classes until the process has ended.
+vorn::Immortal<vorn::Classes> table;
 
 // Applies one pass of the closing to every class; each failing one is named.
 template <class Pass> int pass_over_classes(Pass pass) {
@@ -18,47 +24,40 @@ template <class Pass> int pass_over_classes(Pass pass) {
 
 } // namespace
 
-vorn::Classes &vorn::classes() {
-  // Never destroyed: plugins and instances refer to classes until the process has ended.
-  static Classes &table = *new Classes(64);
-  return table;
-}
+vorn::Classes &vorn::classes() noexcept { return *table; }
 
 int vorn_classes_add(vorn_class *cls) noexcept {
-  if (!cls) return vorn_debug_1printf("Null class.\n"), 1;
-  return vorn::guarded(1, [&] {
+  if (!cls) return refuse("Null class.\n");
+  return vorn::guarded(1, [&]() -> int {
     const char *name = cls->name.c_str();
     if (vorn::classes().insert(name, cls)) return 0;
-    return vorn_debug_1printf("Class with name \"%s\" already in classes.\n", name), 1;
+    return refuse("Class with name \"%s\" already in classes.\n", name);
   });
 }
 
 vorn_class *vorn_classes_get(const char *name) noexcept {
   if (!name) return nullptr;
-  return vorn::guarded<vorn_class *>(nullptr, [&] {
-    const auto *entry = vorn::classes().find(name);
-    return entry ? entry->value : nullptr;
-  });
+  const auto *entry = vorn::classes().find(name);
+  return entry ? entry->value : nullptr;
 }
 
 vorn_classes_iterator *vorn_classes_new_iterator() noexcept {
-  return vorn::guarded<vorn_classes_iterator *>(
-      nullptr, [] { return new vorn_classes_iterator{vorn::classes().iterate()}; });
+  return new (std::nothrow) vorn_classes_iterator{vorn::classes().iterate()};
 }
 
 int vorn_classes_iterator_has_next(const vorn_classes_iterator *it) noexcept {
-  if (!it) return vorn_debug_1printf("Null iterator.\n"), 0;
+  if (!it) return refuse<0>("Null iterator.\n");
   return it->walk.has_next() ? 1 : 0;
 }
 
 vorn_class *vorn_classes_iterator_next(vorn_classes_iterator *it) noexcept {
-  if (!it) return vorn_debug_1printf("Null iterator.\n"), nullptr;
+  if (!it) return refuse("Null iterator.\n");
   const auto *entry = it->walk.next();
   return entry ? entry->value : nullptr;
 }
 
 int vorn_classes_delete_iterator(vorn_classes_iterator *it) noexcept {
-  if (!it) return vorn_debug_1printf("Null iterator.\n"), 1;
+  if (!it) return refuse("Null iterator.\n");
   delete it;
   return 0;
 }

@@ -9,7 +9,7 @@ namespace vorn {
 using Classes = KeyedTable<vorn_class *>;
 
 // Every class, in the order of addition.
-Classes &classes();
+Classes &classes() noexcept;
 
 } // namespace vorn
 

@@ -1,7 +1,7 @@
 #include "model/instances.hpp"
 
-#include "core/debug.h"
 #include "core/guard.hpp"
+#include "core/refuse.hpp"
 #include "model/classes.h"
 
 namespace {
@@ -9,21 +9,21 @@ namespace {
 using vorn::ClassStore;
 using vorn::guarded;
 using vorn::OwnedInstances;
+using vorn::refuse_aloud;
 
 // The class that an operation names, or null with the reason logged.
 vorn_class *known_class(const vorn_instances *instances, const char *class_name) {
-  if (!instances) return vorn_debug_eprintf("Null instances.\n"), nullptr;
-  if (!class_name) return vorn_debug_eprintf("Null class_name.\n"), nullptr;
+  if (!instances) return refuse_aloud("Null instances.\n");
+  if (!class_name) return refuse_aloud("Null class_name.\n");
   vorn_class *cls = vorn_classes_get(class_name);
-  if (!cls) vorn_debug_eprintf("Unknown class \"%s\".\n", class_name);
+  if (!cls) return refuse_aloud("Unknown class \"%s\".\n", class_name);
   return cls;
 }
 
 // The instance of that name in a family of subclasses, in their order, and where it was found.
 vorn_instance *find_in_subclasses(const vorn_instances &instances, const vorn_class &cls, const char *name,
                                   const vorn_class **found_in = nullptr) {
-  if (!cls.subclasses) return nullptr;
-  for (const auto &subclass : *cls.subclasses) {
+  for (const auto &subclass : cls.subclasses) {
     const ClassStore *store = instances.store(*subclass.value);
     vorn_instance *instance = store ? store->find(name) : nullptr;
     if (!instance) continue;
@@ -96,7 +96,7 @@ vorn_instances *vorn_instances_new() noexcept {
 }
 
 vorn_instances *vorn_instances_copy(const vorn_instances *instances) noexcept {
-  if (!instances) return vorn_debug_eprintf("Null instances.\n"), nullptr;
+  if (!instances) return refuse_aloud("Null instances.\n");
   bool whole;
   return copy_stores(*instances, whole).release();
 }
@@ -106,10 +106,9 @@ vorn_instance *vorn_instances_get_singleton(const vorn_instances *instances,
   const vorn_class *cls = known_class(instances, class_name);
   if (!cls) return nullptr;
   if (cls->type != VORN_CLASS_SINGLETON)
-    return vorn_debug_eprintf("Class \"%s\" is not a singleton.\n", class_name), nullptr;
+    return refuse_aloud("Class \"%s\" is not a singleton.\n", class_name);
   const ClassStore *store = instances->store(*cls);
-  if (!store)
-    return vorn_debug_eprintf("Singleton instance of class \"%s\" is missing.\n", class_name), nullptr;
+  if (!store) return refuse_aloud("Singleton instance of class \"%s\" is missing.\n", class_name);
   return store->cursor().next();
 }
 
@@ -117,17 +116,17 @@ vorn_instance *vorn_instances_get(const vorn_instances *instances, const char *c
                                   const char *instance_name) noexcept {
   const vorn_class *cls = known_class(instances, class_name);
   if (!cls) return nullptr;
-  if (!instance_name) return vorn_debug_eprintf("Null instance_name.\n"), nullptr;
+  if (!instance_name) return refuse_aloud("Null instance_name.\n");
   if (cls->type != VORN_CLASS_UNIQUE_NAMED)
-    return vorn_debug_eprintf("Class \"%s\" is not unique named.\n", class_name), nullptr;
+    return refuse_aloud("Class \"%s\" is not unique named.\n", class_name);
   if (cls->abstract == 1) return find_in_subclasses(*instances, *cls, instance_name);
   const ClassStore *store = instances->store(*cls);
   return store ? store->find(instance_name) : nullptr;
 }
 
 int vorn_instances_add(vorn_instances *instances, vorn_instance *instance) noexcept {
-  if (!instances) return vorn_debug_eprintf("Null instances.\n"), 1;
-  if (!instance) return vorn_debug_eprintf("Null instance. (%s)\n", "vorn_instances_add"), 1;
+  if (!instances) return refuse_aloud("Null instances.\n");
+  if (!instance) return refuse_aloud("Null instance. (%s)\n", "vorn_instances_add");
   return guarded(1, [&] {
     ClassStore *store = store_for(*instances, *instance->cls);
     if (!store || name_is_taken_in_family(*instances, *instance) || !store->add(instance)) return 1;
@@ -137,8 +136,8 @@ int vorn_instances_add(vorn_instances *instances, vorn_instance *instance) noexc
 }
 
 int vorn_instances_remove(vorn_instances *instances, vorn_instance *instance) noexcept {
-  if (!instances) return vorn_debug_eprintf("Null instances.\n"), 1;
-  if (!instance) return vorn_debug_eprintf("Null instance. (%s)\n", "vorn_instances_remove"), 1;
+  if (!instances) return refuse_aloud("Null instances.\n");
+  if (!instance) return refuse_aloud("Null instance. (%s)\n", "vorn_instances_remove");
   auto *entry = instances->stores.find(instance->cls->name.c_str());
   if (!entry || !entry->value->remove(instance)) return 1;
   if (instances->listener) instances->listener(instance, VORN_INSTANCES_REMOVED, instances->listener_data);
@@ -162,7 +161,7 @@ void vorn_instances_delete_all(vorn_instances *instances) noexcept {
 }
 
 vorn_instances_iterator *vorn_instances_new_iterator(const vorn_instances *instances) noexcept {
-  if (!instances) return vorn_debug_eprintf("Null instances.\n"), nullptr;
+  if (!instances) return refuse_aloud("Null instances.\n");
   return make_iterator(*instances);
 }
 
@@ -176,37 +175,39 @@ vorn_instances_iterator *vorn_instances_new_class_iterator(const vorn_instances 
 vorn_instances_iterator *vorn_instances_new_group_iterator(const vorn_instances *instances,
                                                            const char *class_name,
                                                            const char *group_name) noexcept {
-  if (!instances) return vorn_debug_eprintf("Null instances.\n"), nullptr;
-  if (group_name && !class_name)
-    return vorn_debug_eprintf("group_name specified but class_name is null.\n"), nullptr;
+  if (!instances) return refuse_aloud("Null instances.\n");
+  if (group_name && !class_name) return refuse_aloud("group_name specified but class_name is null.\n");
   if (!group_name) return vorn_instances_new_class_iterator(instances, class_name);
   const vorn_class *cls = known_class(instances, class_name);
   if (!cls) return nullptr;
   if (cls->type != VORN_CLASS_UNIQUE_NAMED && cls->type != VORN_CLASS_GROUP_NAMED)
-    return vorn_debug_eprintf("Group iterators can only be used on named classes.\n"), nullptr;
+    return refuse_aloud("Group iterators can only be used on named classes.\n");
   if (cls->abstract == 1 && !find_in_subclasses(*instances, *cls, group_name, &cls))
     return new (std::nothrow) vorn_instances_iterator;
   return make_iterator(*instances, *cls, group_name);
 }
 
 int vorn_instances_iterator_has_next(const vorn_instances_iterator *it) noexcept {
-  if (!it) return vorn_debug_eprintf("Null iterator.\n"), 0;
+  if (!it) return refuse_aloud<0>("Null iterator.\n");
   return it->has_next() ? 1 : 0;
 }
 
 vorn_instance *vorn_instances_iterator_next(vorn_instances_iterator *it) noexcept {
-  if (!it) return vorn_debug_eprintf("Null iterator.\n"), nullptr;
+  if (!it) return refuse_aloud("Null iterator.\n");
   return it->next();
 }
 
 int vorn_instances_delete_iterator(vorn_instances_iterator *it) noexcept {
-  if (!it) return vorn_debug_eprintf("Null iterator.\n"), 1;
+  if (!it) return refuse_aloud("Null iterator.\n");
   delete it;
   return 0;
 }
 
 void vorn_instances_print(const vorn_instances *instances, FILE *stream) noexcept {
-  if (!instances) return vorn_debug_eprintf("Null instances.\n");
+  if (!instances) {
+    vorn_debug_eprintf("Null instances.\n");
+    return;
+  }
   for (const auto &store : instances->stores) {
     vorn::StoreCursor cursor = store.value->cursor();
     while (cursor.has_next()) {
@@ -218,7 +219,7 @@ void vorn_instances_print(const vorn_instances *instances, FILE *stream) noexcep
 }
 
 int vorn_instances_is_empty(const vorn_instances *instances) noexcept {
-  if (!instances) return vorn_debug_eprintf("Null instances.\n"), 1;
+  if (!instances) return refuse_aloud("Null instances.\n");
   return vorn_instances_iterator(*instances).has_next() ? 0 : 1;
 }
 

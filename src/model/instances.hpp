@@ -43,12 +43,6 @@ private:
 
 namespace vorn {
 
-struct ContainerDeleter {
-  void operator()(vorn_instances *instances) const noexcept { vorn_instances_delete(instances); }
-};
-// A collection that refers to instances which are owned elsewhere.
-using InstanceReferences = std::unique_ptr<vorn_instances, ContainerDeleter>;
-
 struct CollectionDeleter {
   void operator()(vorn_instances *instances) const noexcept { vorn_instances_delete_all(instances); }
 };

@@ -8,7 +8,7 @@ vorn_instances_iterator::vorn_instances_iterator(const vorn_instances &instances
 vorn_instances_iterator::vorn_instances_iterator(const vorn_instances &instances, const vorn_class &cls)
     : instances_(&instances) {
   if (cls.abstract == 1)
-    subclasses_ = cls.subclasses->iterate();
+    subclasses_ = cls.subclasses.iterate();
   else if (const vorn::ClassStore *store = instances.store(cls))
     cursor_ = store->cursor();
   skip_empty_classes();

@@ -2,17 +2,19 @@
 //
 //   state    | messages | then
 //   silent   | none     | a byte: listener, or closed when all listeners' places are taken
-//   listener | each one | a message that cannot be kept for it: silent, where the message asks for that
+//   listener | each one | a message that cannot wait for it: silent, where the message asks for that
 //
-// A message that a listener has no room for is kept for it, whole, up to max_backlog bytes; what would add to
+// A message that a listener has no room for waits for it, whole, up to send_limit bytes; what would add to
 // more is not sent to it at all. So no listener sees half a message.
 #include "notify/notify.h"
 
 #include "core/accept.hpp"
-#include "core/debug.h"
+#include "core/debug.hpp"
 #include "core/eloop.h"
 #include "core/guard.hpp"
+#include "core/immortal.hpp"
 #include "core/outbox.hpp"
+#include "core/refuse.hpp"
 #include "core/socket.h"
 #include <algorithm>
 #include <cstdarg>
@@ -23,11 +25,12 @@
 namespace {
 
 using vorn::Descriptor;
+using vorn::or_null;
 
 constexpr unsigned short port = 8001;
 constexpr int max_listeners = 8;
 constexpr size_t max_connections = 32; // listeners and silent ones: the one silent longest makes room
-constexpr size_t max_backlog = 64 * 1024;
+constexpr size_t send_limit = 64 * 1024;
 constexpr size_t reads_a_pass = 16;
 
 struct Connection {
@@ -35,7 +38,7 @@ struct Connection {
   bool is_listener = false;
 };
 
-std::list<Connection> connections; // in the order in which they came
+vorn::Immortal<std::list<Connection>> connections; // in the order in which they came
 
 // The number of the last configuration message; the first one is 2.
 uint32_t change_counter = 1;
@@ -44,23 +47,23 @@ void end_connection(Connection &connection) {
   const int fd = connection.socket.get();
   vorn::outbox_forget(fd);
   eloop_unregister_read_sock(fd);
-  connections.remove_if([&](const Connection &other) { return &other == &connection; });
+  connections->remove_if([&](const Connection &other) { return &other == &connection; });
 }
 
-void backlog_is_over(int fd, bool sent, void *connection) {
+void delivery_is_over(int fd, bool sent, void *connection) {
   if (sent) return;
   end_connection(*static_cast<Connection *>(connection));
   vorn_debug_1printf("Notify connection ended (fd %d).\n", fd);
 }
 
 bool deliver(Connection &listener, std::string_view message) {
-  return vorn::outbox_send(listener.socket.get(), message, max_backlog, backlog_is_over, &listener) !=
+  return vorn::outbox_send(listener.socket.get(), message, send_limit, delivery_is_over, &listener) !=
          vorn::Delivery::failed;
 }
 
 // Sends a message to all listeners; who cannot take it hears no more, where the message says so.
 void broadcast(std::string_view message, bool drop_failing) {
-  for (Connection &connection : connections)
+  for (Connection &connection : *connections)
     if (connection.is_listener && !deliver(connection, message) && drop_failing)
       connection.is_listener = false;
 }
@@ -80,8 +83,6 @@ void broadcast(std::string_view message, bool drop_failing) {
   va_end(again);
 }
 
-const char *or_null(const char *text) { return text ? text : "(null)"; }
-
 std::string conf_message(const char *origin, int32_t number) {
   std::string message = "<?xml version=\"1.0\"?><conf_changed";
   if (origin) append(message, " origin=\"%s\"", origin);
@@ -100,10 +101,10 @@ bool discard_input(int fd) {
 }
 
 bool make_listener(Connection &connection) {
-  const auto count = std::count_if(connections.begin(), connections.end(),
+  const auto count = std::count_if(connections->begin(), connections->end(),
                                    [](const Connection &other) { return other.is_listener; });
   if (!connection.is_listener && count >= max_listeners)
-    return vorn_debug_eprintf("Unable to add notify connection.\n"), false;
+    return vorn::refuse_aloud("Unable to add notify connection.\n");
   connection.is_listener = true;
   return true;
 }
@@ -111,15 +112,15 @@ bool make_listener(Connection &connection) {
 void connection_is_readable(int fd, void *connection_data, void *) {
   Connection &connection = *static_cast<Connection *>(connection_data);
   const bool alive = discard_input(fd);
-  if (!make_listener(connection)) return end_connection(connection);
-  if (alive) return;
+  const bool accepted = make_listener(connection);
+  if (accepted && alive) return;
   end_connection(connection);
-  vorn_debug_1printf("Notify connection ended (fd %d).\n", fd);
+  if (accepted) vorn_debug_1printf("Notify connection ended (fd %d).\n", fd);
 }
 
 void make_room() {
-  if (connections.size() < max_connections) return;
-  const auto silent = std::find_if(connections.begin(), connections.end(),
+  if (connections->size() < max_connections) return;
+  const auto silent = std::find_if(connections->begin(), connections->end(),
                                    [](const Connection &connection) { return !connection.is_listener; });
   end_connection(*silent); // there is one: listeners are fewer than connections
 }
@@ -129,12 +130,12 @@ void connection_came(int listener, void *, void *) {
   if (!socket) return;
   vorn::guarded(1, [&] {
     make_room();
-    Connection &connection = connections.emplace_back(Connection{std::move(socket)});
+    Connection &connection = connections->emplace_back(Connection{std::move(socket)});
     const int fd = connection.socket.get();
     if (eloop_register_read_sock(fd, connection_is_readable, &connection, nullptr) == 0)
       vorn_debug_1printf("Notify connection started (fd %d).\n", fd);
     else
-      connections.pop_back();
+      connections->pop_back();
     return 0;
   });
 }
@@ -150,7 +151,10 @@ int vorn_notify_init() noexcept {
 
 int vorn_notify_conf_change(const char *origin) noexcept {
   const auto number = static_cast<int32_t>(++change_counter);
-  vorn::guarded(1, [&] { return broadcast(conf_message(origin, number), false), 0; });
+  vorn::guarded(1, [&] {
+    broadcast(conf_message(origin, number), false);
+    return 0;
+  });
   return 0;
 }
 

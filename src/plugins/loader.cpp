@@ -1,7 +1,7 @@
 #include "plugins/loader.hpp"
 
-#include "core/debug.h"
 #include "core/handles.hpp"
+#include "core/refuse.hpp"
 #include "plugins/plugin.h"
 #include <cstdlib>
 #include <cstring>
@@ -13,6 +13,9 @@
 const char *vorn_plugins_current = nullptr;
 
 namespace {
+
+using vorn::refuse;
+using vorn::refuse_aloud;
 
 constexpr std::string_view endings[] = {".vorn", ".so"};
 
@@ -50,7 +53,7 @@ int load(const char *name) {
   snprintf(path, sizeof path, "%s%s", PLUGIN_DIRECTORY, name);
   dlerror();
   Library library(dlopen(path, RTLD_NOW));
-  if (!library) return vorn_debug_1printf("Unable to load plugin \"%s\": %s\n", path, dlerror()), 1;
+  if (!library) return refuse("Unable to load plugin \"%s\": %s\n", path, dlerror());
   const EntryFunction entry = find_entry(library);
   if (!entry) return 1;
   library.release(); // it stays for the process's life
@@ -76,11 +79,9 @@ int vorn::vorn_plugins_init() noexcept {
 }
 
 vorn_plugin *vorn_plugin_new(const char *version) noexcept {
-  const auto or_null = [](const char *text) { return text ? text : "(null)"; };
   if (!version || strcmp(version, VORN_PLUGIN_VERSION) != 0)
-    return vorn_debug_eprintf("Plugin \"%s\" version \"%s\" is unsupported.\n", or_null(vorn_plugins_current),
-                              or_null(version)),
-           nullptr;
+    return refuse_aloud("Plugin \"%s\" version \"%s\" is unsupported.\n", vorn::or_null(vorn_plugins_current),
+                        vorn::or_null(version));
   vorn::CString name(strdup(vorn_plugins_current ? vorn_plugins_current : ""));
   auto *plugin = name ? static_cast<vorn_plugin *>(malloc(sizeof(vorn_plugin))) : nullptr;
   if (plugin) plugin->name = name.release();

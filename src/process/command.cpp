@@ -1,7 +1,7 @@
 #include "process/command.h"
 
 #include "core/signal_block.hpp"
-#include "process/arguments.hpp"
+#include "process/argument_list.hpp"
 #include "process/spawn.hpp"
 #include <cerrno>
 #include <sys/wait.h>
@@ -21,10 +21,10 @@ int wait_for(pid_t pid) {
   return status;
 }
 
-int run_list(const char *program, va_list *rest, bool with_place) {
-  vorn::ListedCall call;
-  if (!call.read(program, rest, with_place)) return -1;
-  return vorn_command_execvod(call.arguments.data(), call.place.output, call.place.directory);
+int run_list(const char *program, va_list *rest, bool with_options) {
+  vorn::ArgumentList list;
+  if (!list.read(program, rest, with_options)) return -1;
+  return vorn_command_execvod(list.arguments.data(), list.options.output, list.options.directory);
 }
 
 } // namespace
@@ -46,7 +46,7 @@ int vorn_command_execlod(const char *program, ...) noexcept {
 }
 
 int vorn_command_execv(char *const argv[]) noexcept {
-  const vorn::ChildPlace usual;
+  const vorn::SpawnOptions usual;
   return vorn_command_execvod(argv, usual.output, usual.directory);
 }
 

@@ -17,7 +17,10 @@ int vorn_reboot() noexcept {
 }
 
 void vorn_util_reboot() noexcept {
-  if (vorn_process_no_actions) return vorn_debug_printf("Rebooting the system is disabled.\n");
+  if (vorn_process_no_actions) {
+    vorn_debug_printf("Rebooting the system is disabled.\n");
+    return;
+  }
   vorn_debug_printf("Rebooting the system.\n");
   vorn_reboot();
 }

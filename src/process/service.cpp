@@ -1,10 +1,11 @@
 #include "process/service.h"
 
-#include "core/debug.h"
 #include "core/guard.hpp"
 #include "core/handles.hpp"
+#include "core/immortal.hpp"
 #include "core/keyed_table.hpp"
-#include "process/arguments.hpp"
+#include "core/refuse.hpp"
+#include "process/argument_list.hpp"
 #include "process/reboot.h"
 #include "process/spawn.hpp"
 #include <cerrno>
@@ -19,11 +20,12 @@ namespace {
 
 using vorn::guarded;
 using vorn::log_rest;
+using vorn::refuse_aloud;
 using Clock = std::chrono::steady_clock;
 
 constexpr unsigned poll_interval = 50'000; // all in microseconds
-constexpr unsigned shutdown_patience = 5'000'000;
-constexpr unsigned kill_patience = 1'000'000;
+constexpr unsigned shutdown_timeout = 5'000'000;
+constexpr unsigned kill_timeout = 1'000'000;
 
 enum class State { stopped, running, stopping };
 
@@ -36,28 +38,22 @@ struct Service {
 
 using Services = vorn::KeyedTable<Service>;
 
-// Made on first use, and never destroyed: a signal may ask for a shutdown at any time.
-Services &services() {
-  static Services &table = *new Services(64);
-  return table;
-}
+vorn::Immortal<Services> services;
 
 Service *find(const char *name) {
-  if (!name) return vorn_debug_eprintf("Null service.\n"), nullptr;
-  return guarded<Service *>(nullptr, [&] {
-    auto *entry = services().find(name);
-    return entry ? &entry->value : nullptr;
-  });
+  if (!name) return refuse_aloud("Null service.\n");
+  auto *entry = services->find(name);
+  return entry ? &entry->value : nullptr;
 }
 
 Service *find_or_add(const char *name) {
-  if (!name) return vorn_debug_eprintf("Null service.\n"), nullptr;
-  return guarded<Service *>(nullptr, [&] { return &services().find_or_insert(name)->value; });
+  if (!name) return refuse_aloud("Null service.\n");
+  return guarded<Service *>(nullptr, [&] { return &services->find_or_insert(name)->value; });
 }
 
 bool process_exists(pid_t pid) { return kill(pid, 0) == 0; }
 
-// The state letter of a process (proc(5), "stat"), which stands behind its name in parentheses; the name may
+// The state letter of a process (proc(5), "stat"), which follows its name in parentheses; the name may
 // hold any character. NUL when it cannot be read.
 char process_state(pid_t pid) {
   char path[32];
@@ -69,10 +65,10 @@ char process_state(pid_t pid) {
   return end && end[1] == ' ' ? end[2] : '\0';
 }
 
-int start(const char *name, char *const argv[], const vorn::ChildPlace &place) {
+int start(const char *name, char *const argv[], const vorn::SpawnOptions &options) {
   Service *service = find_or_add(name);
   if (!service) return 1;
-  const pid_t pid = vorn::spawn(argv, place);
+  const pid_t pid = vorn::spawn(argv, options);
   if (pid < 1) return 1;
   service->pid = pid;
   vorn_debug_1printf("%s: service %s started, pid %d...\n", "vorn_service_execvod", name, pid);
@@ -81,19 +77,19 @@ int start(const char *name, char *const argv[], const vorn::ChildPlace &place) {
   return 0;
 }
 
-int start_list(const char *name, const char *program, va_list *rest, bool with_place) {
-  vorn::ListedCall call;
-  return call.read(program, rest, with_place) ? start(name, call.arguments.data(), call.place) : 1;
+int start_list(const char *name, const char *program, va_list *rest, bool with_options) {
+  vorn::ArgumentList list;
+  return list.read(program, rest, with_options) ? start(name, list.arguments.data(), list.options) : 1;
 }
 
 // Waits for the end of a process. Returns whether it has come; it has also when somebody else has collected
 // the process.
 bool wait_for_end(pid_t pid, unsigned timeout) {
   const auto begin = Clock::now();
-  const std::chrono::microseconds patience(timeout);
+  const std::chrono::microseconds limit(timeout);
   while (waitpid(pid, nullptr, WNOHANG) == 0) {
     usleep(poll_interval);
-    if (Clock::now() - begin > patience) return false;
+    if (Clock::now() - begin > limit) return false;
   }
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - begin);
   vorn_debug_1printf("child pid %d exited in %d seconds\n", pid, static_cast<int>(seconds.count()));
@@ -107,7 +103,7 @@ void forget(Services::Entry *entry) {
   vorn_debug_1printf("%s: Service %s with pid %d is no longer running. %s.\n",
                      "vorn_service_sig_child_received", entry->name(), service.pid,
                      service.exited ? "Service has no callback" : "Running callback");
-  services().remove(entry);
+  services->remove(entry);
   if (service.exited) service.exited(service.value);
 }
 
@@ -119,7 +115,7 @@ const char *state_name(State state) {
 } // namespace
 
 int vorn_service_init() noexcept {
-  return guarded(1, [] { return services(), 0; });
+  return 0; // there is a table from the start
 }
 
 int vorn_service_set_exited_fn(const char *name, vorn_service_exited_fn fn, void *value) noexcept {
@@ -178,11 +174,11 @@ int vorn_service_stop(const char *name, int signal, unsigned timeout) noexcept {
 }
 
 void vorn_service_shutdown() noexcept {
-  for (auto &entry : services()) {
+  for (auto &entry : *services) {
     if (entry.value.state != State::running) continue;
     vorn_debug_1printf("Stopping %s (%d)...\n", entry.name(), entry.value.pid);
-    if (vorn_service_stop(entry.name(), SIGTERM, shutdown_patience) < 0)
-      vorn_service_stop(entry.name(), SIGKILL, kill_patience);
+    if (vorn_service_stop(entry.name(), SIGTERM, shutdown_timeout) < 0)
+      vorn_service_stop(entry.name(), SIGKILL, kill_timeout);
   }
 }
 
@@ -199,7 +195,7 @@ void vorn_service_poll() noexcept {
   if (!sig_child_received || polling) return; // from a callback: the next poll sees what there is
   sig_child_received = 0;
   polling = true;
-  for (auto it = services().iterate(); auto *entry = it.next();) {
+  for (auto it = services->iterate(); auto *entry = it.next();) {
     Service &service = entry->value;
     if (service.state == State::stopped || process_exists(service.pid)) continue;
     if (service.state == State::stopping)
@@ -212,7 +208,7 @@ void vorn_service_poll() noexcept {
 
 void vorn_service_print(FILE *stream) noexcept {
   fprintf(stream, "%-20s %-10s %5s\n", "Service", "State", "PID");
-  for (const auto &entry : services())
+  for (const auto &entry : *services)
     fprintf(stream, "%-20s %-10s %5d\n", entry.name(), state_name(entry.value.state), entry.value.pid);
 }
 

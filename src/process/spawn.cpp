@@ -1,7 +1,7 @@
 #include "process/spawn.hpp"
 
-#include "core/debug.h"
 #include "core/guard.hpp"
+#include "core/refuse.hpp"
 #include "core/signal_block.hpp"
 #include "process/reboot.h"
 #include <cerrno>
@@ -77,12 +77,12 @@ void close_others_on_exec() {
   for (int fd = first; fd < 1024; ++fd) fcntl(fd, F_SETFD, FD_CLOEXEC);
 }
 
-[[noreturn]] void become(char *const argv[], const ChildPlace &place) {
+[[noreturn]] void become(char *const argv[], const SpawnOptions &options) {
   reset_signals();
   guarded(0, [&] {
-    change_directory(place.directory, argv[0]);
+    change_directory(options.directory, argv[0]);
     const int standard_error = fcntl(STDERR_FILENO, F_DUPFD, STDERR_FILENO + 1);
-    if (redirect(place.output)) {
+    if (redirect(options.output)) {
       close_others_on_exec();
       setsid();
       execvp(argv[0], argv);
@@ -106,18 +106,23 @@ void log_rest(const char *format, ...) noexcept {
   fflush(vorn_debug_get_stream());
 }
 
-pid_t spawn(char *const argv[], const ChildPlace &place) noexcept {
-  if (!argv || !argv[0]) return vorn_debug_eprintf("Null program.\n"), -1;
+pid_t spawn(char *const argv[], const SpawnOptions &options) noexcept {
+  if (!argv || !argv[0]) return refuse_aloud<-1>("Null program.\n");
   log_start(argv);
-  if (vorn_process_no_actions) return log_rest("-> (no actions) "), 0;
+  if (vorn_process_no_actions) {
+    log_rest("-> (no actions) ");
+    return 0;
+  }
   pid_t pid;
   {
     const SignalBlock blocked; // until the child has reset its handlers
     pid = fork();
-    if (pid == 0) become(argv, place);
+    if (pid == 0) become(argv, options);
   }
-  if (pid < 0) return vorn_debug_perror("fork"), -1;
-  log_rest("-> pid = %d ", pid);
+  if (pid < 0)
+    vorn_debug_perror("fork");
+  else
+    log_rest("-> pid = %d ", pid);
   return pid;
 }
 

@@ -8,7 +8,7 @@
 namespace vorn {
 
 // Where a child runs and what becomes of its output; its standard input is always /dev/null.
-struct ChildPlace {
+struct SpawnOptions {
   int output = 1; // 0: to /dev/null; 1: to /dev/null unless the debug level is above 0; else: the agent's
   const char *directory = nullptr; // null: the agent's
 };
@@ -18,7 +18,7 @@ struct ChildPlace {
 // process id, 0 in the mode without actions, or -1, reported, when there is no program or no process can be
 // made. What cannot be executed ends with status 127. At debug level 1 and above the log tells of it, and its
 // line is left open.
-pid_t spawn(char *const argv[], const ChildPlace &place) noexcept;
+pid_t spawn(char *const argv[], const SpawnOptions &options) noexcept;
 
 // Goes on with the log's open line, at debug level 1 and above.
 void log_rest(const char *format, ...) noexcept VORN_PRINTF(1, 2);

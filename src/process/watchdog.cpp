@@ -13,7 +13,7 @@
 namespace {
 
 constexpr char path[] = "/dev/watchdog";
-constexpr int patience_seconds = 240;
+constexpr int timeout_seconds = 240;
 constexpr char magic_close[] = {'V'}; // drivers that know it disarm the watchdog when it is closed
 
 constexpr int not_opened = -1;
@@ -28,7 +28,7 @@ bool open_watchdog() {
     vorn_watchdog_stop();
     return false;
   }
-  int seconds = patience_seconds;
+  int seconds = timeout_seconds;
   if (ioctl(descriptor, WDIOC_SETTIMEOUT, &seconds) < 0)
     vorn_debug_perror("vorn_watchdog_ack ioctl[WDIOC_SETTIMEOUT]");
   if (fcntl(descriptor, F_SETFD, FD_CLOEXEC) < 0) vorn_debug_perror("vorn_watchdog_ack fcntl");
@@ -44,7 +44,10 @@ void vorn_watchdog_ack() noexcept {
 }
 
 void vorn_watchdog_stop() noexcept {
-  if (descriptor == stopped) return vorn_debug_printf("Watchdog already stopped.\n");
+  if (descriptor == stopped) {
+    vorn_debug_printf("Watchdog already stopped.\n");
+    return;
+  }
   const bool was_opened = descriptor != not_opened;
   if (was_opened) {
     if (write(descriptor, magic_close, sizeof magic_close) < 0) vorn_debug_perror("vorn_watchdog_stop write");

@@ -1,8 +1,10 @@
 #include "query/evaluation.hpp"
 
+#include "commit/changes.hpp"
 #include "commit/providers.h"
 #include "config/config.h"
 #include "notify/request_state.hpp"
+#include "query/operations.hpp"
 #include "xml/nodes.hpp"
 
 namespace vorn {
@@ -11,8 +13,6 @@ namespace {
 
 bool external_updates_prohibited = false;
 
-constexpr size_t message_size = 160;
-constexpr size_t short_message_size = 80;
 constexpr char incomplete[] = "Incomplete lsql request.";
 
 using Changes = std::unique_ptr<vorn_changes, Closer<vorn_changes_delete>>;
@@ -29,11 +29,11 @@ private:
   bool refuse(const char *text);
   const xmlNode *choose_target(const xmlNode &root);
   void start_recording();
-  void collect_refresh(const xmlNode *operations);
+  void collect(const xmlNode *operations);
   void refresh();
   void apply(const xmlNode *operations);
   void commit();
-  const xmlNode *evaluate_operation(const xmlNode &element);
+  const xmlNode *evaluate_operation(const xmlNode &element, OperationFunction OperationKind::*pass);
   const xmlNode *take_where(const xmlNode &element, Operation &operation);
   const xmlNode *end_request(size_t size, const char *format, const char *argument);
 
@@ -41,7 +41,7 @@ private:
   Result result_;
   Context context_;
   unsigned errors_ = 0; // of the operation evaluated last
-  bool last_was_select_ = false;
+  bool last_only_read_ = false;
   bool in_transaction_ = false;
   OwnedInstances copy_; // the transaction's target until it replaces the running configuration
   Changes changes_;     // freed before the collection that it watches
@@ -53,7 +53,7 @@ Result Evaluation::run(const xmlNode &root) {
   if (is_acceptable(root)) {
     const xmlNode *operations = choose_target(root);
     start_recording();
-    collect_refresh(operations);
+    collect(operations);
     if (errors_ == 0) {
       refresh();
       apply(operations);
@@ -73,7 +73,7 @@ bool Evaluation::is_acceptable(const xmlNode &root) {
 }
 
 bool Evaluation::refuse(const char *text) {
-  end_request(message_size, "%s", text);
+  end_request(error_size, "%s", text);
   return false;
 }
 
@@ -95,42 +95,45 @@ void Evaluation::start_recording() {
   if (context_.target) changes_.reset(vorn_changes_new(context_.target));
   if (!refresh_ || (context_.target && !changes_)) throw std::bad_alloc();
   context_.changes = changes_.get();
+  context_.refresh = refresh_.get();
 }
 
 // The first pass: only the errors of its last operation count, those of the others come back in the second
 // one.
-void Evaluation::collect_refresh(const xmlNode *operations) {
-  context_.refresh = refresh_.get();
-  for (const xmlNode *element = operations; element;) element = evaluate_operation(*element);
-  context_.refresh = nullptr;
+void Evaluation::collect(const xmlNode *operations) {
+  for (const xmlNode *element = operations; element;)
+    element = evaluate_operation(*element, &OperationKind::collect);
 }
 
 void Evaluation::refresh() {
   if (context_.target) vorn_providers_refresh(refresh_.get());
+  context_.refresh = nullptr;
   refresh_.reset();
 }
 
 // The second pass.
 void Evaluation::apply(const xmlNode *operations) {
   result_ = Result();
-  for (const xmlNode *element = operations; element && errors_ == 0;) element = evaluate_operation(*element);
+  for (const xmlNode *element = operations; element && errors_ == 0;)
+    element = evaluate_operation(*element, &OperationKind::carry_out);
 }
 
 // A plain request that ends with a select commits nothing, even when earlier operations changed something:
 // deliberate, clients read back what they have written that way.
 void Evaluation::commit() {
   if (copy_) vorn_config_replace_running(copy_.release());
-  if (last_was_select_ && !in_transaction_) return;
+  if (last_only_read_ && !in_transaction_) return;
   if (context_.target) vorn_providers_commit(context_.target, changes_.get(), nullptr);
 }
 
 // Returns the element at which the evaluation goes on, or null at the end.
-const xmlNode *Evaluation::evaluate_operation(const xmlNode &element) {
+const xmlNode *Evaluation::evaluate_operation(const xmlNode &element,
+                                              OperationFunction OperationKind::*pass) {
   const OperationKind *kind = find_operation(element);
-  if (!kind) return end_request(short_message_size, "Invalid operation \"%s\".", node_name(element));
+  if (!kind) return end_request(short_error_size, "Invalid operation \"%s\".", node_name(element));
   const xmlNode *first = first_child(element);
-  if (!first) return end_request(message_size, "%s", incomplete);
-  if (!first->name) return end_request(message_size, "%s", "No class name.");
+  if (!first) return end_request(error_size, "%s", incomplete);
+  if (!first->name) return end_request(error_size, "%s", "No class name.");
 
   Operation operation;
   operation.first_class = first;
@@ -141,14 +144,14 @@ const xmlNode *Evaluation::evaluate_operation(const xmlNode &element) {
   const xmlNode *next = take_where(element, operation);
 
   if (!context_.passive) ++vorn_query_transaction_number;
-  kind->run(context_, operation);
+  (kind->*pass)(context_, operation);
   errors_ = operation.errors;
-  last_was_select_ = is_select(*kind);
+  last_only_read_ = kind->reads_only;
   result_.end_operation(operation.errors, operation.counter);
   return next;
 }
 
-// A "where" belongs to the operation before it. An element without children directly behind an operation is
+// A "where" belongs to the operation before it. An element without children directly after an operation is
 // neither a "where" nor an operation: it is passed over.
 const xmlNode *Evaluation::take_where(const xmlNode &element, Operation &operation) {
   const xmlNode *next = element.next;

@@ -1,6 +1,6 @@
 #include "query/expression.hpp"
 
-#include "core/debug.h"
+#include "core/refuse.hpp"
 #include "model/instance.h"
 #include "xml/nodes.hpp"
 #include <cstring>
@@ -29,8 +29,7 @@ const char *property(const xmlNode &node, const vorn_instance &instance) {
 const char *metadata(const xmlNode &node, const vorn_instance &instance) {
   const char *name = element_text(node);
   if (name && strcmp(name, "name") == 0) return vorn_instance_get_name(&instance);
-  vorn_debug_eprintf("Metadata other than \"name\" is not supported.\n");
-  return nullptr;
+  return refuse_aloud("Metadata other than \"name\" is not supported.\n");
 }
 
 const char *equal(const xmlNode &node, const vorn_instance &instance) {
@@ -82,10 +81,8 @@ const Expression *find_expression(const xmlNode &node) {
 const char *evaluate_expression(const xmlNode *node, const vorn_instance &instance) {
   if (!node) return nullptr;
   const Expression *expression = find_expression(*node);
-  if (!expression) {
-    vorn_debug_eprintf("%s: Unknown expression name \"%s\".\n", "eval_expr", node_name(*node));
-    return nullptr;
-  }
+  if (!expression)
+    return refuse_aloud("%s: Unknown expression name \"%s\".\n", "eval_expr", node_name(*node));
   const char *result = expression->evaluate(*node, instance);
   vorn_debug_lprintf(4, "%s: %s evaluates to %s\n", "eval_expr", expression->name,
                      result ? true_text : "(null)");

@@ -1,8 +1,10 @@
 // The four operations of a request.
+#include "query/operations.hpp"
+
 #include "config/config.h"
-#include "core/debug.h"
+#include "core/debug.hpp"
 #include "model/classes.h"
-#include "query/evaluation.hpp"
+#include "model/instances.hpp"
 #include "query/expression.hpp"
 #include "xml/nodes.hpp"
 #include <cstdlib>
@@ -12,29 +14,21 @@ namespace vorn {
 
 namespace {
 
-constexpr size_t message_size = 160;      // of most error texts, with their end
-constexpr size_t short_message_size = 80; // of those that name an attribute
-
 template <class... Arguments>
 bool fail(Context &context, Operation &operation, const char *format, Arguments... args) {
-  context.result->add_error(message_size, format, args...);
+  context.result->add_error(error_size, format, args...);
   ++operation.errors;
   return false;
 }
 
-const char *or_null(const char *text) { return text ? text : "(null)"; }
+using Iterator = std::unique_ptr<vorn_instances_iterator, Closer<vorn_instances_delete_iterator>>;
 
-// The instances of the operation's class, of one name when it gives one. The iterator is empty where there is
-// nothing to walk, which is reported by the collection.
-struct IteratorDeleter {
-  void operator()(vorn_instances_iterator *it) const noexcept { vorn_instances_delete_iterator(it); }
-};
-std::unique_ptr<vorn_instances_iterator, IteratorDeleter> candidates(const Context &context,
-                                                                     const Operation &operation) {
-  return std::unique_ptr<vorn_instances_iterator, IteratorDeleter>(
-      context.target
-          ? vorn_instances_new_group_iterator(context.target, operation.class_name, operation.instance_name)
-          : nullptr);
+// The instances of the operation's class, of one name when it gives one. None where there is nothing to walk,
+// which is reported by the collection.
+Iterator candidates(const Context &context, const Operation &operation) {
+  if (!context.target) return nullptr;
+  return Iterator(
+      vorn_instances_new_group_iterator(context.target, operation.class_name, operation.instance_name));
 }
 
 // Calls `visit` for every instance that the operation is about, until it returns false.
@@ -47,7 +41,7 @@ template <class Visit> void for_each_match(const Context &context, const Operati
   }
 }
 
-void refresh_where(Context &context, const Operation &operation) {
+void collect_where(Context &context, Operation &operation) {
   refresh_expression(operation.where, context.refresh, operation.class_name, operation.instance_name);
 }
 
@@ -55,14 +49,16 @@ bool selects_all(const Operation &operation) {
   return operation.properties && strcmp(operation.properties, "all") == 0;
 }
 
-void refresh_selected(Context &context, const Operation &operation) {
+void collect_select(Context &context, Operation &operation) {
+  context.result->begin_dataset();
+  if (!vorn_classes_get(operation.class_name)) return;
   if (selects_all(operation))
     vorn_refresh_info_add_all_properties(context.refresh, operation.class_name, operation.instance_name);
   else
     for (const xmlNode *property = operation.first_property; property; property = property->next)
       vorn_refresh_info_add_property(context.refresh, operation.class_name, operation.instance_name,
                                      node_name(*property));
-  refresh_where(context, operation);
+  collect_where(context, operation);
 }
 
 void add_all_values(Result &result, const vorn_class &cls, const vorn_instance &instance) {
@@ -84,14 +80,13 @@ void select(Context &context, Operation &operation) {
   result.begin_dataset();
   const vorn_class *cls = vorn_classes_get(operation.class_name);
   if (!cls) return;
-  if (context.refresh) return refresh_selected(context, operation);
   for_each_match(context, operation, [&](const vorn_instance &instance) {
     ++operation.counter;
     result.add_instance(operation.class_name, instance.name.get());
     if (selects_all(operation)) {
       add_all_values(result, *cls, instance);
     } else if (operation.properties) {
-      result.add_error(short_message_size, "Invalid properties=\"%s\".", operation.properties);
+      result.add_error(short_error_size, "Invalid properties=\"%s\".", operation.properties);
       ++operation.errors;
       return false;
     } else {
@@ -101,50 +96,61 @@ void select(Context &context, Operation &operation) {
   });
 }
 
-// Sets one property of an update or an insert. `inserting` lets what is required be set though it is not
-// writable.
-bool set_property(Context &context, Operation &operation, const char *class_name, vorn_instance &instance,
-                  const xmlNode &element, bool inserting) {
+// What an update or an insert sets values of.
+struct Assignment {
+  vorn_instance &instance;
+  const char *class_name; // for errors
+  bool inserting;         // lets what is required be set though it is not writable
+};
+
+bool set_property(Context &context, Operation &operation, const Assignment &to, const xmlNode &element) {
   const char *name = node_name(element);
   const char *text = element_text(element);
   const char *value = text ? text : "";
-  const vorn_property *property = vorn_class_get_property(instance.cls, name);
+  const vorn_property *property = vorn_class_get_property(to.instance.cls, name);
   if (!property)
-    return fail(context, operation, "Property \"%s\" is not valid for class \"%s\".", name, class_name);
-  const bool writable = property->writable || (inserting && property->required_on_insert);
+    return fail(context, operation, "Property \"%s\" is not valid for class \"%s\".", name, to.class_name);
+  const bool writable = property->writable || (to.inserting && property->required_on_insert);
   if (!context.passive && !writable)
-    return fail(context, operation, "Property \"%s\" of class \"%s\" is not writable.", name, class_name);
-  if (vorn_instance_set_value(&instance, name, value) != 0)
+    return fail(context, operation, "Property \"%s\" of class \"%s\" is not writable.", name, to.class_name);
+  if (vorn_instance_set_value(&to.instance, name, value) != 0)
     return fail(context, operation, "Value \"%s\" is not valid for property \"%s\" of class \"%s\".", value,
-                name, class_name);
+                name, to.class_name);
   return true;
 }
 
-bool set_properties(Context &context, Operation &operation, const char *class_name, vorn_instance &instance,
-                    const xmlNode *property, bool inserting) {
+bool set_properties(Context &context, Operation &operation, const Assignment &to, const xmlNode *property) {
   for (; property; property = property->next)
-    if (!set_property(context, operation, class_name, instance, *property, inserting)) return false;
+    if (!set_property(context, operation, to, *property)) return false;
   return true;
+}
+
+bool knows_class(Context &context, Operation &operation) {
+  return vorn_classes_get(operation.class_name) ||
+         fail(context, operation, "Unknown class \"%s\".", operation.class_name);
+}
+
+void collect_update(Context &context, Operation &operation) {
+  if (knows_class(context, operation)) collect_where(context, operation);
 }
 
 void update(Context &context, Operation &operation) {
-  if (!vorn_classes_get(operation.class_name)) {
-    fail(context, operation, "Unknown class \"%s\".", operation.class_name);
-    return;
-  }
-  if (context.refresh) return refresh_where(context, operation);
+  if (!knows_class(context, operation)) return;
   for_each_match(context, operation, [&](vorn_instance &instance) {
     vorn_changes_instance_updated(context.changes, &instance);
-    if (!set_properties(context, operation, operation.class_name, instance, operation.first_property, false))
-      return false;
+    const Assignment to = {instance, operation.class_name, false};
+    if (!set_properties(context, operation, to, operation.first_property)) return false;
     ++operation.counter;
     return true;
   });
 }
 
+void collect_delete(Context &context, Operation &operation) {
+  if (vorn_classes_get(operation.class_name)) collect_where(context, operation);
+}
+
 void remove(Context &context, Operation &operation) {
   if (!vorn_classes_get(operation.class_name)) return;
-  if (context.refresh) return refresh_where(context, operation);
   const auto it = candidates(context, operation);
   while (it && it->has_next()) {
     vorn_instance *instance = it->next();
@@ -169,8 +175,8 @@ OwnedInstance build_instance(Context &context, Operation &operation, const char 
     fail(context, operation, "Bad instance name \"%s\" of class \"%s\".", or_null(name), class_name);
     return nullptr;
   }
-  if (!set_properties(context, operation, node_name(element), *instance, first_child(element), true))
-    return nullptr;
+  const Assignment to = {*instance, node_name(element), true};
+  if (!set_properties(context, operation, to, first_child(element))) return nullptr;
   return instance;
 }
 
@@ -191,14 +197,19 @@ bool insert_instance(Context &context, Operation &operation, const xmlNode &elem
   return true;
 }
 
+void collect_nothing(Context &, Operation &) {}
+
 void insert(Context &context, Operation &operation) {
-  if (context.refresh) return; // it reads nothing
   for (const xmlNode *element = operation.first_class; element; element = element->next)
     if (!insert_instance(context, operation, *element)) return;
 }
 
 constexpr OperationKind kinds[] = {
-    {"select", select}, {"update", update}, {"delete", remove}, {"insert", insert}};
+    {"select", collect_select, select, true},
+    {"update", collect_update, update, false},
+    {"delete", collect_delete, remove, false},
+    {"insert", collect_nothing, insert, false},
+};
 
 } // namespace
 
@@ -207,7 +218,5 @@ const OperationKind *find_operation(const xmlNode &element) {
     if (is_named(&element, kind.name)) return &kind;
   return nullptr;
 }
-
-bool is_select(const OperationKind &kind) { return kind.run == select; }
 
 } // namespace vorn

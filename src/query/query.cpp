@@ -2,8 +2,8 @@
 
 #include "commit/providers.h"
 #include "config/config.h"
-#include "core/debug.h"
 #include "core/guard.hpp"
+#include "core/refuse.hpp"
 #include "query/evaluation.hpp"
 #include "xml/nodes.hpp"
 #include <climits>
@@ -35,7 +35,7 @@ char *dump(const XmlDocument &document) {
 
 char *evaluate(const char *text, bool passive) {
   const XmlDocument request = text ? parse(text) : nullptr;
-  if (!request) return vorn_debug_eprintf("Invalid LSQL request: %s\n", text ? text : "(null)"), nullptr;
+  if (!request) return vorn::refuse_aloud("Invalid LSQL request: %s\n", vorn::or_null(text));
   if (vorn::is_named(xmlDocGetRootElement(request.get()), "get_conf"))
     return vorn_config_get_startup_as_xml();
   return vorn::guarded<char *>(nullptr, [&] {

@@ -16,7 +16,7 @@ xmlNode *append(xmlNode *parent, const char *name, const char *value = nullptr) 
   return element;
 }
 
-// Takes the first bytes of a character away that was cut off behind them (UTF-8's lead and trail bytes).
+// Drops the first bytes of a character whose other bytes were cut off (UTF-8's lead and trail bytes).
 void drop_cut_character(std::string &text) {
   size_t lead = text.size();
   while (lead > 0 && (text[lead - 1] & 0xc0) == 0x80) --lead;

@@ -7,6 +7,11 @@
 
 namespace vorn {
 
+// The room for an error's text, its end included: for most errors, and for those that name what is at fault
+// only.
+constexpr size_t error_size = 160;
+constexpr size_t short_error_size = 80;
+
 // Builds "lsql_result". Its functions throw std::bad_alloc.
 class Result {
 public:

@@ -1,8 +1,9 @@
 #include "servers/inform.hpp"
 
-#include "core/debug.h"
 #include "core/guard.hpp"
+#include "core/immortal.hpp"
 #include "core/keyed_table.hpp"
+#include "core/refuse.hpp"
 #include "servers/local_server.hpp"
 #include <cassert>
 #include <cstdint>
@@ -20,36 +21,35 @@ constexpr uint32_t known_version = 0;
 // Far more than anybody has to say of one event, and little enough to hold for every client at once.
 constexpr uint32_t max_parameters_size = 256 * 1024;
 
-// The handlers by the name of their object. Made on first use, and never destroyed.
-KeyedTable<vorn_inform_fn> &handlers() {
-  static auto &table = *new KeyedTable<vorn_inform_fn>(8);
-  return table;
-}
+Immortal<KeyedTable<vorn_inform_fn>> handlers; // by the name of their object
 
 // The parameters of the request that is being handled.
-std::optional<KeyedTable<std::string>> request;
+Immortal<std::optional<KeyedTable<std::string>>> request;
 
-// "key=value&key=value"; what comes behind the last pair is no pair.
+// "key=value&key=value"; what comes after the last pair is no pair.
 void parse(const std::string &parameters) {
   for (size_t start = 0;;) {
     const size_t equals = parameters.find('=', start);
-    if (equals == std::string::npos) return vorn_debug_eprintf("Bad inform request.\n");
+    if (equals == std::string::npos) {
+      vorn_debug_eprintf("Bad inform request.\n");
+      return;
+    }
     const size_t end = parameters.find('&', equals + 1);
     const std::string key = parameters.substr(start, equals - start);
-    request->insert(key.c_str(), parameters.substr(equals + 1, end - equals - 1));
+    (*request)->insert(key.c_str(), parameters.substr(equals + 1, end - equals - 1));
     if (end == std::string::npos) return;
     start = end + 1;
   }
 }
 
 void start_inform_socket_request() {
-  assert(!request);
-  request.emplace(8);
+  assert(!*request);
+  request->emplace(8);
 }
 
 void end_inform_socket_request() noexcept {
-  assert(request);
-  request.reset();
+  assert(*request);
+  request->reset();
 }
 
 struct InformScope {
@@ -59,7 +59,7 @@ struct InformScope {
   ~InformScope() { end_inform_socket_request(); }
 };
 
-Progress judge(std::string_view received, bool ended) {
+Progress inspect(std::string_view received, bool ended) {
   const Progress incomplete = ended ? Progress::give_up : Progress::wait;
   if (received.size() < version_size) return incomplete;
   if (number_at(received, 0) != known_version) {
@@ -87,7 +87,7 @@ CString answer(std::string &received) {
   return CString(reply);
 }
 
-constexpr LocalProtocol protocol = {"vorn_sock_inform", "inform", "Inform client", judge, answer};
+constexpr LocalProtocol protocol = {"vorn_sock_inform", "inform", "Inform client", inspect, answer};
 
 } // namespace
 
@@ -96,7 +96,7 @@ const char *answer_inform_request(const std::string &parameters) {
   parse(parameters);
   const char *object = vorn_inform_get_value("object");
   if (!object) return "ERR no object parameter";
-  const auto *handler = handlers().find(object);
+  const auto *handler = handlers->find(object);
   if (!handler) return "ERR no handler";
   return handler->value() == 1 ? "ERR returned by handler" : "OK";
 }
@@ -106,13 +106,13 @@ const char *answer_inform_request(const std::string &parameters) {
 int vorn_inform_init() noexcept { return vorn::serve_locally(vorn::protocol); }
 
 int vorn_inform_fn_add(const char *name, vorn_inform_fn fn) noexcept {
-  if (!name) return vorn_debug_1printf("Name is null.\n"), 1;
-  if (!fn) return vorn_debug_1printf("inform_fn is null.\n"), 1;
-  return vorn::guarded(1, [&] { return vorn::handlers().insert(name, fn) ? 0 : 1; });
+  if (!name) return vorn::refuse("Name is null.\n");
+  if (!fn) return vorn::refuse("inform_fn is null.\n");
+  return vorn::guarded(1, [&] { return vorn::handlers->insert(name, fn) ? 0 : 1; });
 }
 
 const char *vorn_inform_get_value(const char *name) noexcept {
-  if (!name || !vorn::request) return nullptr;
-  const auto *parameter = vorn::request->find(name);
+  if (!name || !*vorn::request) return nullptr;
+  const auto *parameter = (*vorn::request)->find(name);
   return parameter ? parameter->value.c_str() : nullptr;
 }

@@ -4,6 +4,7 @@
 #include "core/debug.h"
 #include "core/eloop.h"
 #include "core/guard.hpp"
+#include "core/immortal.hpp"
 #include "core/outbox.hpp"
 #include "core/socket.h"
 #include <algorithm>
@@ -16,7 +17,7 @@ namespace vorn {
 namespace {
 
 constexpr size_t max_clients = 16;
-constexpr unsigned patience_seconds = 10;
+constexpr unsigned silence_seconds = 10;
 constexpr size_t reads_a_pass = 16; // more comes in the next pass of the loop: others have their turn
 
 // One listening socket and its clients.
@@ -41,8 +42,8 @@ private:
 
   void accept(int listener);
   void make_room();
-  std::list<Client>::iterator place_of(const Client &client);
-  void renew_patience(Client &client);
+  std::list<Client>::iterator iterator_of(const Client &client);
+  void restart_timeout(Client &client);
   Progress take_input(Client &client);
   void reply(Client &client);
   void drop(Client &client);
@@ -69,7 +70,7 @@ void LocalServer::accept(int listener) {
     make_room();
     Client &client = clients_.emplace_back(Client{*this, std::move(socket)});
     if (eloop_register_read_sock(client.socket.get(), client_is_readable, &client, nullptr) == 0)
-      renew_patience(client);
+      restart_timeout(client);
     else
       clients_.pop_back();
     return 0;
@@ -84,21 +85,21 @@ void LocalServer::make_room() {
   drop(place == clients_.end() ? clients_.front() : *place);
 }
 
-std::list<LocalServer::Client>::iterator LocalServer::place_of(const Client &client) {
+std::list<LocalServer::Client>::iterator LocalServer::iterator_of(const Client &client) {
   return std::find_if(clients_.begin(), clients_.end(),
                       [&](const Client &other) { return &other == &client; });
 }
 
-void LocalServer::renew_patience(Client &client) {
-  clients_.splice(clients_.end(), clients_, place_of(client));
+void LocalServer::restart_timeout(Client &client) {
+  clients_.splice(clients_.end(), clients_, iterator_of(client));
   eloop_cancel_timeout(client_is_silent, &client, nullptr);
-  eloop_register_timeout(patience_seconds, 0, client_is_silent, &client, nullptr);
+  eloop_register_timeout(silence_seconds, 0, client_is_silent, &client, nullptr);
 }
 
 void LocalServer::client_is_silent(void *client_data, void *) {
   Client &client = *static_cast<Client *>(client_data);
   vorn_debug_1printf("%s sent nothing for %u seconds - dropped.\n", client.server.protocol_.client,
-                     patience_seconds);
+                     silence_seconds);
   client.server.drop(client);
 }
 
@@ -108,9 +109,9 @@ Progress LocalServer::take_input(Client &client) {
   for (size_t i = 0; i < reads_a_pass; ++i) {
     const Received input = receive(client.socket.get(), buffer, sizeof buffer);
     if (input.state == Received::State::nothing_yet) return Progress::wait;
-    if (input.state == Received::State::closed) return protocol_.judge(client.received, true);
+    if (input.state == Received::State::closed) return protocol_.inspect(client.received, true);
     client.received += input.bytes;
-    const Progress progress = protocol_.judge(client.received, false);
+    const Progress progress = protocol_.inspect(client.received, false);
     if (progress != Progress::wait) return progress;
   }
   return Progress::wait;
@@ -126,11 +127,14 @@ void LocalServer::client_is_readable(int, void *client_data, void *) {
   }
   switch (progress) {
   case Progress::wait:
-    return client.server.renew_patience(client);
+    client.server.restart_timeout(client);
+    break;
   case Progress::answer:
-    return client.server.reply(client);
+    client.server.reply(client);
+    break;
   case Progress::give_up:
-    return client.server.drop(client);
+    client.server.drop(client);
+    break;
   }
 }
 
@@ -156,16 +160,17 @@ void LocalServer::drop(Client &client) {
   eloop_cancel_timeout(client_is_silent, &client, nullptr);
   eloop_unregister_read_sock(client.socket.get());
   outbox_forget(client.socket.get());
-  clients_.erase(place_of(client));
+  clients_.erase(iterator_of(client));
 }
+
+Immortal<std::list<LocalServer>> servers;
 
 } // namespace
 
 int serve_locally(const LocalProtocol &protocol) noexcept {
   return guarded(1, [&] {
-    static auto &servers = *new std::list<LocalServer>; // for the process's life
-    if (servers.emplace_back(protocol).open() == 0) return 0;
-    servers.pop_back();
+    if (servers->emplace_back(protocol).open() == 0) return 0;
+    servers->pop_back();
     return 1;
   });
 }

@@ -4,7 +4,7 @@
 //   receiving  | the whole request       | answer it; close when there is no reply
 //   replying   | room for the reply      | close
 //
-// Nobody waits for a client: one that stays silent for some seconds while it is receiving, or takes nothing
+// Nobody waits for a client: one that sends nothing for some seconds while it is receiving, or takes nothing
 // of its reply for as long as the outbox allows, is dropped. When all places are taken, the client that has
 // been silent longest makes room.
 #ifndef VORN_SERVERS_LOCAL_SERVER_HPP
@@ -25,11 +25,11 @@ struct LocalProtocol {
   const char *who;         // in reports of connections that cannot be accepted
   const char *client;      // in messages about a client
 
-  // Tells what is to be done with what a client has sent so far. `ended`: nothing more will come. Reports
-  // what is wrong with a request that it gives up.
-  Progress (*judge)(std::string_view received, bool ended);
+  // Looks at what a client has sent so far and tells what is to be done with it. `ended`: nothing more will
+  // come. Reports what is wrong with a request that it gives up.
+  Progress (*inspect)(std::string_view received, bool ended);
 
-  // Returns the reply to a request that was judged to be answered, or null when it gets none.
+  // Returns the reply to a whole request, or null when it gets none.
   CString (*answer)(std::string &received);
 };
 

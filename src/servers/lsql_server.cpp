@@ -1,10 +1,10 @@
 // Requests and replies are each ended by one byte. Between requests everything but the "<" that starts one is
 // passed over.
 //
-//   state     | waits for           | then
-//   between   | "<"                 | in request
-//   in request| the ending byte     | evaluate, send the reply: between, or replying when it does not go at
-//   once replying  | room for the reply  | goes on with what has been received meanwhile
+//   state      | waits for          | then
+//   between    | "<"                | in request
+//   in request | the ending byte    | evaluate; between when the reply goes at once, else replying
+//   replying   | room for the reply | goes on with what has been received meanwhile
 //
 // A client whose reply is waiting for room is not read from: it cannot make the agent keep more than one
 // reply.
@@ -14,10 +14,12 @@
 #include "core/debug.h"
 #include "core/eloop.h"
 #include "core/guard.hpp"
+#include "core/immortal.hpp"
 #include "core/limits.hpp"
 #include "core/outbox.hpp"
 #include "core/socket.h"
 #include "query/query.h"
+#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <string>
@@ -39,15 +41,15 @@ struct Slot {
   void clear() { *this = Slot(); }
 };
 
-Slot slots[max_connections];
+Immortal<std::array<Slot, max_connections>> slots;
 
 void end_connection(Slot &slot) {
   const int fd = slot.socket.get();
   outbox_forget(fd);
   eloop_unregister_read_sock(fd);
   slot.clear();
-  vorn_debug_1printf("Notify connection ended (fd %d).\n",
-                     fd); // the notify server's words, shared deliberately
+  // The notify server's words, shared deliberately.
+  vorn_debug_1printf("Notify connection ended (fd %d).\n", fd);
 }
 
 void connection_is_readable(int, void *slot, void *);
@@ -56,7 +58,10 @@ void take_bytes(Slot &slot, std::string_view bytes);
 void reply_is_over(int fd, bool sent, void *slot_data) {
   Slot &slot = *static_cast<Slot *>(slot_data);
   const bool reading = sent && eloop_register_read_sock(fd, connection_is_readable, &slot, nullptr) == 0;
-  if (!reading) return end_connection(slot);
+  if (!reading) {
+    end_connection(slot);
+    return;
+  }
   const std::string unread = std::move(slot.unread);
   slot.unread.clear();
   take_bytes(slot, unread);
@@ -93,9 +98,14 @@ void extend_request(Slot &slot, std::string_view bytes) {
   slot.request = {};
 }
 
+// At most one buffer's worth, since nothing is read meanwhile.
 void keep_unread(Slot &slot, std::string_view bytes) {
-  // At most one buffer's worth, since nothing is read meanwhile.
-  if (slot.socket && !guarded(false, [&] { return slot.unread = bytes, true; })) end_connection(slot);
+  if (!slot.socket) return;
+  const bool stored = guarded(false, [&] {
+    slot.unread = bytes;
+    return true;
+  });
+  if (!stored) end_connection(slot);
 }
 
 void take_bytes(Slot &slot, std::string_view bytes) {
@@ -105,7 +115,10 @@ void take_bytes(Slot &slot, std::string_view bytes) {
     extend_request(slot, bytes.substr(0, end));
     if (end == std::string_view::npos) return;
     bytes.remove_prefix(end + 1);
-    if (!slot.request.empty() && !answer(slot)) return keep_unread(slot, bytes);
+    if (!slot.request.empty() && !answer(slot)) {
+      keep_unread(slot, bytes);
+      return;
+    }
   }
 }
 
@@ -114,13 +127,15 @@ void connection_is_readable(int fd, void *slot_data, void *) {
   Slot &slot = *static_cast<Slot *>(slot_data);
   char buffer[4096];
   const Received input = receive(fd, buffer, sizeof buffer);
-  if (input.state == Received::State::closed) return end_connection(slot);
-  take_bytes(slot, input.bytes);
+  if (input.state == Received::State::closed)
+    end_connection(slot);
+  else
+    take_bytes(slot, input.bytes);
 }
 
 // Returns the place of a new connection, or null when all are taken.
 Slot *add_connection(Descriptor &socket) {
-  for (Slot &slot : slots) {
+  for (Slot &slot : *slots) {
     if (slot.socket) continue;
     slot.socket = std::move(socket);
     return &slot;
@@ -134,9 +149,12 @@ void connection_came(int listener, void *, void *) {
   if (!socket) return;
   const int fd = socket.get();
   Slot *slot = add_connection(socket);
-  if (!slot) return vorn_debug_perror("vorn_lsql_new_connection add_connection");
-  if (eloop_register_read_sock(fd, connection_is_readable, slot, nullptr) != 0) return slot->clear();
-  vorn_debug_1printf("LSQL connection started (fd %d).\n", fd);
+  if (!slot)
+    vorn_debug_perror("vorn_lsql_new_connection add_connection");
+  else if (eloop_register_read_sock(fd, connection_is_readable, slot, nullptr) != 0)
+    slot->clear();
+  else
+    vorn_debug_1printf("LSQL connection started (fd %d).\n", fd);
 }
 
 } // namespace

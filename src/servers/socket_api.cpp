@@ -14,7 +14,7 @@ namespace {
 
 constexpr size_t length_size = sizeof(uint32_t);
 
-Progress judge(std::string_view received, bool ended) {
+Progress inspect(std::string_view received, bool ended) {
   if (received.size() < length_size) return ended ? Progress::give_up : Progress::wait;
   const uint32_t length = number_at(received, 0);
   if (length > max_request_size) vorn_debug_eprintf("LSQL request of %u bytes is too long.\n", length);
@@ -29,7 +29,7 @@ CString answer(std::string &received) {
   return CString(vorn_query_eval(received.c_str() + length_size));
 }
 
-constexpr LocalProtocol protocol = {"vorn_sock_lsql", "do_sockapi", "LSQL client", judge, answer};
+constexpr LocalProtocol protocol = {"vorn_sock_lsql", "do_sockapi", "LSQL client", inspect, answer};
 
 } // namespace
 

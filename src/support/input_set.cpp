@@ -37,7 +37,7 @@ vorn_input_set *vorn_input_new_string_set(const char *chars, int n) noexcept {
 vorn_input_set *vorn_input_get_set_from_range(int32_t low, int32_t high,
                                               const vorn_input_set *base) noexcept {
   const size_t inherited = base ? base->count : 0;
-  // 64 bits hold the number of all values, and what comes behind the highest.
+  // 64 bits hold the number of all values, and what comes after the highest.
   const auto added = low > high ? 0 : static_cast<uint64_t>(int64_t{high} - low + 1);
   return new_set(inherited + added, [&](int32_t *values) {
     if (base) values = std::copy_n(base->values, inherited, values);

@@ -15,12 +15,14 @@ namespace {
 
 constexpr unsigned least_mac_size = 24;
 
-void report(const char *operation, const char *step, const char *name) {
+// Reports `errno`. Returns false, the answer that goes with it.
+bool report(const char *operation, const char *step, const char *name) {
   const int error = errno;
   char text[64];
   snprintf(text, sizeof text, "%s(): %s(%s)", operation, step, name);
   errno = error;
   vorn_debug_perror(text);
+  return false;
 }
 
 // Asks the kernel about an interface. Returns whether it has answered; reports, in the operation's name, what
@@ -28,13 +30,12 @@ void report(const char *operation, const char *step, const char *name) {
 bool ask(const char *operation, const char *name, int request, ifreq &answer) {
   if (!name || strlen(name) >= IFNAMSIZ) return false; // cut, the name could be another interface's
   const vorn::Descriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-  if (!socket) return report(operation, "socket", ""), false;
+  if (!socket) return report(operation, "socket", "");
   answer = {};
   answer.ifr_addr.sa_family = AF_INET;
   strcpy(answer.ifr_name, name);
   if (ioctl(socket.get(), static_cast<unsigned long>(request), &answer) == 0) return true;
-  if (errno != EADDRNOTAVAIL && errno != ENODEV) report(operation, "ioctl", name);
-  return false;
+  return errno != EADDRNOTAVAIL && errno != ENODEV && report(operation, "ioctl", name);
 }
 
 } // namespace

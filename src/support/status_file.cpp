@@ -1,7 +1,7 @@
 #include "support/status_file.h"
 
-#include "core/debug.h"
 #include "core/handles.hpp"
+#include "core/refuse.hpp"
 #include "support/columns.hpp"
 #include "support/text_buffer.hpp"
 #include <algorithm>
@@ -14,6 +14,7 @@
 namespace {
 
 using vorn::Descriptor;
+using vorn::refuse_aloud;
 
 constexpr size_t most_bytes = 2048;
 constexpr int most_keys = 62;
@@ -124,7 +125,7 @@ public:
 private:
   int list(const Path &directory, const char *rest, const char *prefix) {
     const vorn::Directory listing(opendir(directory.get()));
-    if (!listing) return 0; // behind a star not every directory has to be there
+    if (!listing) return 0; // after a star not every directory has to be there
     int failed = 0;
     while (const dirent *entry = readdir(listing.get())) {
       if (entry->d_name[0] == '.') continue;
@@ -151,9 +152,7 @@ private:
     return 0;
   }
 
-  static int report_long(const char *name) {
-    return vorn_debug_eprintf("The path at %s is too long.\n", name), 1;
-  }
+  static int report_long(const char *name) { return refuse_aloud("The path at %s is too long.\n", name); }
 
   char *out_;
   int size_;
@@ -165,10 +164,10 @@ private:
 
 int vorn_util_add_line_from_proc(char *out, int room, const char *path, const char *prefix,
                                  const char **columns) noexcept {
-  if (!out || !path || !columns) return vorn_debug_eprintf("Null out, path or columns.\n"), 1;
+  if (!out || !path || !columns) return refuse_aloud("Null out, path or columns.\n");
   // Not to wait for a writer where a name turns out to be a pipe's.
   const Descriptor file(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  if (!file) return vorn_debug_eprintf("Can't open %s.\n", path), 1;
+  if (!file) return refuse_aloud("Can't open %s.\n", path);
   char buffer[most_bytes];
   const Values values = find_values(read_start(file, path, buffer), columns);
   LineWriter line(out, room);
@@ -181,6 +180,6 @@ int vorn_util_add_line_from_proc(char *out, int room, const char *path, const ch
 
 int vorn_util_dir_walk(const char *pattern, char *out, int size, const char *prefix,
                        vorn_util_dir_walk_fn callback, const char **user) noexcept {
-  if (!pattern || !out || !callback) return vorn_debug_eprintf("Null pattern, out or callback.\n"), 1;
+  if (!pattern || !out || !callback) return refuse_aloud("Null pattern, out or callback.\n");
   return Walk(out, size, callback, user).go("", pattern, prefix ? prefix : "");
 }

@@ -1,7 +1,7 @@
 #include "support/text_table.h"
 
-#include "core/debug.h"
 #include "core/handles.hpp"
+#include "core/refuse.hpp"
 #include "model/class.h"
 #include "model/instance.h"
 #include "model/property.h"
@@ -14,6 +14,7 @@ namespace {
 using vorn::column_name;
 using vorn::CString;
 using vorn::is_key_column;
+using vorn::refuse_aloud;
 
 constexpr int table_size = 8000;
 constexpr int ended_in_line = 4;
@@ -36,9 +37,9 @@ public:
     const bool quoted = *cursor_ == '"';
     char *field = quoted ? cursor_ + 1 : cursor_;
     char *end = field + strcspn(field, quoted ? "\"" : " \n");
-    char *behind = quoted && *end ? end + 1 : end;
-    state_ = *behind == ' ' ? State::in_line : *behind == '\n' ? State::line_end : State::end;
-    cursor_ = *behind ? behind + 1 : behind;
+    char *after = quoted && *end ? end + 1 : end;
+    state_ = *after == ' ' ? State::in_line : *after == '\n' ? State::line_end : State::end;
+    cursor_ = *after ? after + 1 : after;
     *end = '\0';
     return field;
   }
@@ -87,10 +88,8 @@ public:
   bool evaluate() const {
     Document document;
     write(document);
-    if (!name_.is_whole() || !values_.is_whole() || !conditions_.is_whole() || !document.is_whole()) {
-      vorn_debug_eprintf("A line of values for class \"%s\" is too long.\n", class_name_);
-      return false;
-    }
+    if (!name_.is_whole() || !values_.is_whole() || !conditions_.is_whole() || !document.is_whole())
+      return refuse_aloud("A line of values for class \"%s\" is too long.\n", class_name_);
     const CString result(vorn_query_eval_passive(document.get()));
     return true;
   }
@@ -154,7 +153,7 @@ int add_property(vorn_class *cls, const char *name) {
 } // namespace
 
 int vorn_util_put2object(char *text, const char **columns, const char *class_name) noexcept {
-  if (!text || !columns || !class_name) return vorn_debug_eprintf("Null text, columns or class.\n"), 0;
+  if (!text || !columns || !class_name) return refuse_aloud<0>("Null text, columns or class.\n");
   FieldReader reader(text);
   while (!reader.input_ended()) {
     const LineUpdate line = read_line(reader, columns, class_name);

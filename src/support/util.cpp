@@ -26,7 +26,7 @@ bool status_contains(int process, const char *text) {
   return file && fgets(line, sizeof line, file.get()) && strstr(line, text);
 }
 
-// The byte that stands behind a percent sign as two hexadecimal digits; 0 when there are none.
+// The byte that follows a percent sign as two hexadecimal digits; 0 when there are none.
 int escaped_byte(const char *digits) {
   const auto is_digit = [](char c) { return isxdigit(static_cast<unsigned char>(c)) != 0; };
   if (!is_digit(digits[0]) || !is_digit(digits[1])) return 0;

@@ -1,4 +1,4 @@
-#include "process/arguments.hpp"
+#include "process/argument_list.hpp"
 
 #include "core/debug.h"
 #include <cerrno>
@@ -6,7 +6,7 @@
 
 namespace vorn {
 
-bool ListedCall::read(const char *program, va_list *rest, bool with_place) noexcept {
+bool ArgumentList::read(const char *program, va_list *rest, bool with_options) noexcept {
   try {
     arguments.push_back(const_cast<char *>(program)); // execvp's type; nobody writes to them
     while (arguments.back()) arguments.push_back(va_arg(*rest, char *));
@@ -15,9 +15,9 @@ bool ListedCall::read(const char *program, va_list *rest, bool with_place) noexc
     vorn_debug_perror(arguments.empty() ? "malloc" : "realloc");
     return false;
   }
-  if (with_place) {
-    place.output = va_arg(*rest, int);
-    place.directory = va_arg(*rest, const char *);
+  if (with_options) {
+    options.output = va_arg(*rest, int);
+    options.directory = va_arg(*rest, const char *);
   }
   return true;
 }

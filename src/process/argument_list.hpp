@@ -1,6 +1,6 @@
 // Calls that list a program's arguments one by one.
-#ifndef VORN_PROCESS_ARGUMENTS_HPP
-#define VORN_PROCESS_ARGUMENTS_HPP
+#ifndef VORN_PROCESS_ARGUMENT_LIST_HPP
+#define VORN_PROCESS_ARGUMENT_LIST_HPP
 
 #include "process/spawn.hpp"
 #include <cstdarg>
@@ -8,13 +8,13 @@
 
 namespace vorn {
 
-// What such a call says: the arguments up to a null, and in some calls the place behind it.
-struct ListedCall {
+// What such a call says: the arguments up to a null, and in some calls the options after it.
+struct ArgumentList {
   std::vector<char *> arguments{};
-  ChildPlace place{};
+  SpawnOptions options{};
 
   // Reads the rest of a call that begins with `program`. Returns false, reported, without memory.
-  bool read(const char *program, va_list *rest, bool with_place) noexcept;
+  bool read(const char *program, va_list *rest, bool with_options) noexcept;
 };
 
 } // namespace vorn
