@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# floors.sh SOURCE-DIR: a file includes what lies in its own folder or on a floor below it, and HACKING.md shows the
-# floors as they are.
+# floors.sh SOURCE-DIR: a file includes what lies in its own folder or on a floor below it, and HACKING.md and
+# docs/floors.svg show the floors as they are.
 set -euo pipefail
 cd "$1"
 grep -rn --include='*.[ch]pp' --include='*.h' '^#include "[a-z]*/' . | sed 's,^\./,,' |
@@ -11,3 +11,6 @@ grep -rn --include='*.[ch]pp' --include='*.h' '^#include "[a-z]*/' . | sed 's,^\
     from != line && floor[line] <= floor[from] { print "not below it: " $0; bad = 1 }
     END { exit bad }' floors.txt -
 diff floors.txt <(grep -A "$(($(wc -l <floors.txt) - 1))" '^ *agent$' ../HACKING.md | sed 's/^ *//')
+diff floors.txt <(awk -F'[<>]' '
+  /class="room"/ { for (i = 2; i < NF; i++) if ($i ~ /class="room"/) floor = floor (floor ? " " : "") $(i + 1) }
+  /<\/g>/ && floor { print floor; floor = "" }' ../docs/floors.svg)
