@@ -1,5 +1,4 @@
-#ifndef VORN_AGENT_OPTIONS_HPP
-#define VORN_AGENT_OPTIONS_HPP
+#pragma once
 
 namespace vorn {
 
@@ -13,5 +12,3 @@ struct Options {
 Options parse_options(int argc, char **argv);
 
 } // namespace vorn
-
-#endif

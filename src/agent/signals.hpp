@@ -1,5 +1,4 @@
-#ifndef VORN_AGENT_SIGNALS_HPP
-#define VORN_AGENT_SIGNALS_HPP
+#pragma once
 
 namespace vorn {
 
@@ -10,5 +9,3 @@ void install_signal_handlers();
 void register_signal_handlers();
 
 } // namespace vorn
-
-#endif

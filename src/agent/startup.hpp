@@ -1,5 +1,4 @@
-#ifndef VORN_AGENT_STARTUP_HPP
-#define VORN_AGENT_STARTUP_HPP
+#pragma once
 
 namespace vorn {
 
@@ -7,5 +6,3 @@ namespace vorn {
 int run_agent(int argc, char **argv);
 
 } // namespace vorn
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef VORN_COMMIT_ACTIONS_HPP
-#define VORN_COMMIT_ACTIONS_HPP
+#pragma once
 
 #include "commit/actions.h"
 #include "core/handles.hpp"
@@ -13,5 +12,3 @@ struct vorn_actions {
 // Returns the text of a request, or null, with the reason logged, when a part is missing or memory runs out.
 vorn::CString vorn_actions_get_string(const char *provider, const char *action, const char *class_name,
                                       const char *instance_name) noexcept;
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef VORN_COMMIT_CHANGES_HPP
-#define VORN_COMMIT_CHANGES_HPP
+#pragma once
 
 #include "commit/changes.h"
 #include "model/instances.hpp"
@@ -28,5 +27,3 @@ struct vorn_changes {
   vorn::KeyedTable<Record> records{64}; // by the address of a watched instance
   vorn_changes *outer = nullptr;        // the recorder that this one was started over
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef VORN_COMMIT_COMMITTER_HPP
-#define VORN_COMMIT_COMMITTER_HPP
+#pragma once
 
 #include "commit/committer.h"
 #include "core/keyed_table.hpp"
@@ -19,5 +18,3 @@ struct vorn_committer {
   vorn_committer_pre_commit_fn pre_commit = nullptr;
   vorn::KeyedTable<ClassEntry> classes{1};
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef VORN_COMMIT_PROVIDER_HPP
-#define VORN_COMMIT_PROVIDER_HPP
+#pragma once
 
 #include "commit/provider.h"
 #include <string>
@@ -12,5 +11,3 @@ struct vorn_provider {
   vorn_provider_refresh_fn refresh = nullptr;
   void *refresh_data = nullptr;
 };
-
-#endif

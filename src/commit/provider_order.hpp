@@ -1,6 +1,5 @@
 // The order between providers that plugins declare by name, and its resolution.
-#ifndef VORN_COMMIT_PROVIDER_ORDER_HPP
-#define VORN_COMMIT_PROVIDER_ORDER_HPP
+#pragma once
 
 #include "core/keyed_table.hpp"
 #include <string>
@@ -32,5 +31,3 @@ private:
 };
 
 } // namespace vorn
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef VORN_COMMIT_REFRESHER_HPP
-#define VORN_COMMIT_REFRESHER_HPP
+#pragma once
 
 #include "commit/refresher.h"
 #include "core/keyed_table.hpp"
@@ -11,5 +10,3 @@ struct vorn_refresher {
   vorn_refresher_instance_fn instance = nullptr;
   vorn::KeyedTable<vorn_refresher_property_fn> properties{4};
 };
-
-#endif

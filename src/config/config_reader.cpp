@@ -1,6 +1,6 @@
 #include "config/config_reader.hpp"
 
-#include "commit/changes.hpp"
+#include "commit/changes.h"
 #include "commit/providers.h"
 #include "config/config.h"
 #include "config/running.hpp"

@@ -1,6 +1,5 @@
 // Reads the format of the configuration file.
-#ifndef VORN_CONFIG_CONFIG_READER_HPP
-#define VORN_CONFIG_CONFIG_READER_HPP
+#pragma once
 
 #include "xml/handles.hpp"
 
@@ -14,5 +13,3 @@ XmlDocument open_config(const char *path) noexcept;
 int load_config(XmlDocument document) noexcept;
 
 } // namespace vorn
-
-#endif

@@ -5,7 +5,6 @@
 #include "model/instances.hpp"
 #include "xml/handles.hpp"
 #include "xml/nodes.hpp"
-#include <libxml/parser.h>
 
 namespace {
 

@@ -1,6 +1,5 @@
 // The header of the default configuration file: lines of "Name: value", ended by an empty one.
-#ifndef VORN_CONFIG_DEFAULT_HEADER_HPP
-#define VORN_CONFIG_DEFAULT_HEADER_HPP
+#pragma once
 
 #include <cstdio>
 #include <string>
@@ -18,5 +17,3 @@ struct DefaultHeader {
 int read_default_header(FILE *file, DefaultHeader &header);
 
 } // namespace vorn
-
-#endif

@@ -1,6 +1,5 @@
 // Where the configurations lie.
-#ifndef VORN_CONFIG_PATHS_HPP
-#define VORN_CONFIG_PATHS_HPP
+#pragma once
 
 namespace vorn {
 
@@ -10,5 +9,3 @@ constexpr char default_path[] = "/etc/defaultconfig.xml";
 constexpr char rescue_path[] = "/etc/rescueconfig.xml";
 
 } // namespace vorn
-
-#endif

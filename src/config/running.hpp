@@ -1,5 +1,4 @@
-#ifndef VORN_CONFIG_RUNNING_HPP
-#define VORN_CONFIG_RUNNING_HPP
+#pragma once
 
 #include "model/types.h"
 
@@ -9,5 +8,3 @@ namespace vorn {
 void set_running(vorn_instances *instances);
 
 } // namespace vorn
-
-#endif

@@ -1,6 +1,5 @@
 // What comes in over sockets: connections and bytes.
-#ifndef VORN_CORE_ACCEPT_HPP
-#define VORN_CORE_ACCEPT_HPP
+#pragma once
 
 #include "core/handles.hpp"
 #include <cstddef>
@@ -21,5 +20,3 @@ struct Received {
 Received receive(int fd, char *buffer, size_t size) noexcept;
 
 } // namespace vorn
-
-#endif

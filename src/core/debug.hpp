@@ -1,5 +1,4 @@
-#ifndef VORN_CORE_DEBUG_HPP
-#define VORN_CORE_DEBUG_HPP
+#pragma once
 
 #include "core/debug.h"
 #include <cstdarg>
@@ -13,5 +12,3 @@ void log_message(int min, const char *format, va_list arguments) noexcept;
 inline const char *or_null(const char *text) noexcept { return text ? text : "(null)"; }
 
 } // namespace vorn
-
-#endif

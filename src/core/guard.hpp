@@ -1,6 +1,5 @@
 // Keeps allocation failures inside the agent: the exported interface reports them by its failure values.
-#ifndef VORN_CORE_GUARD_HPP
-#define VORN_CORE_GUARD_HPP
+#pragma once
 
 #include <new>
 #include <stdexcept>
@@ -22,5 +21,3 @@ template <class Result, class Body> Result guarded(Result failure, Body &&body) 
 }
 
 } // namespace vorn
-
-#endif

@@ -1,6 +1,5 @@
 // Owners for what C interfaces hand out: raw close and free calls stand here and nowhere else.
-#ifndef VORN_CORE_HANDLES_HPP
-#define VORN_CORE_HANDLES_HPP
+#pragma once
 
 #include <cstdio>
 #include <cstdlib>
@@ -44,5 +43,3 @@ private:
 };
 
 } // namespace vorn
-
-#endif

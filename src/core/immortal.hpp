@@ -1,5 +1,4 @@
-#ifndef VORN_CORE_IMMORTAL_HPP
-#define VORN_CORE_IMMORTAL_HPP
+#pragma once
 
 #include <cstddef>
 #include <new>
@@ -7,9 +6,9 @@
 
 namespace vorn {
 
-// An object of the process: made before main, used as a pointer to it, and never destroyed. Signals are handled,
-// and destructors of plugins run, while the process ends; what they call must still find its tables. Making it
-// cannot fail: its containers are empty.
+// An object of the process: made before main, used as a pointer to it, and never destroyed. Signals are
+// handled, and destructors of plugins run, while the process ends; what they call must still find its tables.
+// Making it cannot fail: its containers are empty.
 template <class T> class Immortal {
   static_assert(std::is_nothrow_default_constructible_v<T>);
 
@@ -26,5 +25,3 @@ private:
 };
 
 } // namespace vorn
-
-#endif

@@ -1,6 +1,5 @@
 // The hash table of every registry and store.
-#ifndef VORN_CORE_KEYED_TABLE_HPP
-#define VORN_CORE_KEYED_TABLE_HPP
+#pragma once
 
 #include <algorithm>
 #include <bit>
@@ -241,5 +240,3 @@ struct Present {};
 using NameSet = KeyedTable<Present>;
 
 } // namespace vorn
-
-#endif

@@ -1,6 +1,5 @@
 // What outsiders may ask for at most.
-#ifndef VORN_CORE_LIMITS_HPP
-#define VORN_CORE_LIMITS_HPP
+#pragma once
 
 #include <cstddef>
 
@@ -11,5 +10,3 @@ namespace vorn {
 constexpr size_t max_request_size = 8 * 1024 * 1024;
 
 } // namespace vorn
-
-#endif

@@ -1,6 +1,5 @@
 // Sends to non-blocking sockets without ever waiting for their readers.
-#ifndef VORN_CORE_OUTBOX_HPP
-#define VORN_CORE_OUTBOX_HPP
+#pragma once
 
 #include <cstddef>
 #include <string_view>
@@ -28,5 +27,3 @@ Delivery outbox_send(int fd, std::string_view text, size_t limit, OutboxDone don
 void outbox_forget(int fd) noexcept;
 
 } // namespace vorn
-
-#endif

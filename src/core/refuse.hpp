@@ -1,6 +1,5 @@
 // One way to refuse: log the reason, return the failure.
-#ifndef VORN_CORE_REFUSE_HPP
-#define VORN_CORE_REFUSE_HPP
+#pragma once
 
 #include "core/debug.hpp"
 #include <concepts>
@@ -19,7 +18,8 @@ template <int value> struct Refusal {
 
 // Logs the reason, at debug level 1 and above: `return refuse("Null class.\n");`, or, where 1 is no failure,
 // `return refuse<0>("Null class.\n");`.
-template <int value = 1> [[gnu::format(printf, 1, 2)]] Refusal<value> refuse(const char *format, ...) noexcept {
+template <int value = 1>
+[[gnu::format(printf, 1, 2)]] Refusal<value> refuse(const char *format, ...) noexcept {
   va_list arguments;
   va_start(arguments, format);
   log_message(1, format, arguments);
@@ -38,5 +38,3 @@ template <int value = 1>
 }
 
 } // namespace vorn
-
-#endif

@@ -1,6 +1,5 @@
 // Immutable text with shared ownership: names and values.
-#ifndef VORN_CORE_SHARED_TEXT_HPP
-#define VORN_CORE_SHARED_TEXT_HPP
+#pragma once
 
 #include <cstdint>
 #include <cstring>
@@ -46,5 +45,3 @@ private:
 };
 
 } // namespace vorn
-
-#endif

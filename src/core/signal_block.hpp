@@ -1,5 +1,4 @@
-#ifndef VORN_CORE_SIGNAL_BLOCK_HPP
-#define VORN_CORE_SIGNAL_BLOCK_HPP
+#pragma once
 
 #include <csignal>
 
@@ -30,5 +29,3 @@ private:
 };
 
 } // namespace vorn
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef VORN_MODEL_CLASS_HPP
-#define VORN_MODEL_CLASS_HPP
+#pragma once
 
 #include "core/keyed_table.hpp"
 #include "model/class.h"
@@ -39,5 +38,3 @@ private:
   vorn_class::Properties::Iterator walk_;
   const vorn_class *pending_; // the class to walk after the present one
 };
-
-#endif

@@ -1,6 +1,5 @@
 // Where a collection keeps the instances of one class; the shape depends on the class's type.
-#ifndef VORN_MODEL_CLASS_STORE_HPP
-#define VORN_MODEL_CLASS_STORE_HPP
+#pragma once
 
 #include "core/keyed_table.hpp"
 #include "model/instance.hpp"
@@ -64,5 +63,3 @@ private:
 };
 
 } // namespace vorn
-
-#endif

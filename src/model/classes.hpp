@@ -1,5 +1,4 @@
-#ifndef VORN_MODEL_CLASSES_HPP
-#define VORN_MODEL_CLASSES_HPP
+#pragma once
 
 #include "model/class.hpp"
 #include "model/classes.h"
@@ -16,5 +15,3 @@ Classes &classes() noexcept;
 struct vorn_classes_iterator {
   vorn::Classes::Iterator walk;
 };
-
-#endif

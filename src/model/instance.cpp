@@ -3,7 +3,7 @@
 #include "core/guard.hpp"
 #include "core/refuse.hpp"
 #include <algorithm>
-#include <cstdlib>
+#include <cstdio>
 #include <cstring>
 
 namespace {

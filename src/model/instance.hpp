@@ -1,5 +1,4 @@
-#ifndef VORN_MODEL_INSTANCE_HPP
-#define VORN_MODEL_INSTANCE_HPP
+#pragma once
 
 #include "core/keyed_table.hpp"
 #include "core/shared_text.hpp"
@@ -29,5 +28,3 @@ struct InstanceDeleter {
 using OwnedInstance = std::unique_ptr<vorn_instance, InstanceDeleter>;
 
 } // namespace vorn
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef VORN_MODEL_INSTANCES_HPP
-#define VORN_MODEL_INSTANCES_HPP
+#pragma once
 
 #include "model/class_store.hpp"
 #include "model/instances.h"
@@ -53,5 +52,3 @@ using OwnedInstances = std::unique_ptr<vorn_instances, CollectionDeleter>;
 OwnedInstances copy_whole(const vorn_instances &instances) noexcept;
 
 } // namespace vorn
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef VORN_MODEL_PROPERTY_HPP
-#define VORN_MODEL_PROPERTY_HPP
+#pragma once
 
 #include "model/property.h"
 #include <string>
@@ -15,5 +14,3 @@ struct vorn_property {
   vorn_property_is_instance_valid_fn is_instance_valid = nullptr;
   int persistence = -1; // -1 until the class decides
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef VORN_NOTIFY_REQUEST_STATE_HPP
-#define VORN_NOTIFY_REQUEST_STATE_HPP
+#pragma once
 
 #include "core/shared_text.hpp"
 #include "notify/request_state.h"
@@ -24,5 +23,3 @@ private:
 };
 
 } // namespace vorn
-
-#endif

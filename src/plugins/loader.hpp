@@ -1,5 +1,4 @@
-#ifndef VORN_PLUGINS_LOADER_HPP
-#define VORN_PLUGINS_LOADER_HPP
+#pragma once
 
 namespace vorn {
 
@@ -8,5 +7,3 @@ namespace vorn {
 int vorn_plugins_init() noexcept;
 
 } // namespace vorn
-
-#endif

@@ -1,6 +1,5 @@
 // Calls that list a program's arguments one by one.
-#ifndef VORN_PROCESS_ARGUMENT_LIST_HPP
-#define VORN_PROCESS_ARGUMENT_LIST_HPP
+#pragma once
 
 #include "process/spawn.hpp"
 #include <cstdarg>
@@ -18,5 +17,3 @@ struct ArgumentList {
 };
 
 } // namespace vorn
-
-#endif

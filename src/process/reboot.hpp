@@ -1,5 +1,4 @@
-#ifndef VORN_PROCESS_REBOOT_HPP
-#define VORN_PROCESS_REBOOT_HPP
+#pragma once
 
 #include "process/reboot.h"
 
@@ -9,5 +8,3 @@ namespace vorn {
 bool reboot_requested();
 
 } // namespace vorn
-
-#endif

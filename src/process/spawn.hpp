@@ -1,6 +1,5 @@
 // Starting of child processes, as commands and services share it.
-#ifndef VORN_PROCESS_SPAWN_HPP
-#define VORN_PROCESS_SPAWN_HPP
+#pragma once
 
 #include "core/export.h"
 #include <sys/types.h>
@@ -24,5 +23,3 @@ pid_t spawn(char *const argv[], const SpawnOptions &options) noexcept;
 void log_rest(const char *format, ...) noexcept VORN_PRINTF(1, 2);
 
 } // namespace vorn
-
-#endif

@@ -1,8 +1,9 @@
 #include "query/evaluation.hpp"
 
-#include "commit/changes.hpp"
+#include "commit/changes.h"
 #include "commit/providers.h"
 #include "config/config.h"
+#include "model/instances.hpp"
 #include "notify/request_state.hpp"
 #include "query/operations.hpp"
 #include "xml/nodes.hpp"

@@ -1,6 +1,5 @@
 // The evaluation of one request.
-#ifndef VORN_QUERY_EVALUATION_HPP
-#define VORN_QUERY_EVALUATION_HPP
+#pragma once
 
 #include "xml/handles.hpp"
 
@@ -14,5 +13,3 @@ void prohibit_external_updates();
 XmlDocument evaluate_request(const xmlDoc &request, bool passive);
 
 } // namespace vorn
-
-#endif

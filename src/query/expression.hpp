@@ -1,6 +1,5 @@
 // The expressions of "where".
-#ifndef VORN_QUERY_EXPRESSION_HPP
-#define VORN_QUERY_EXPRESSION_HPP
+#pragma once
 
 #include "commit/refresh_info.h"
 #include "model/types.h"
@@ -17,5 +16,3 @@ void refresh_expression(const xmlNode *node, vorn_refresh_info *info, const char
                         const char *instance_name);
 
 } // namespace vorn
-
-#endif

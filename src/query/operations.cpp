@@ -7,7 +7,6 @@
 #include "model/instances.hpp"
 #include "query/expression.hpp"
 #include "xml/nodes.hpp"
-#include <cstdlib>
 #include <cstring>
 
 namespace vorn {

@@ -1,6 +1,5 @@
 // The operations of a request.
-#ifndef VORN_QUERY_OPERATIONS_HPP
-#define VORN_QUERY_OPERATIONS_HPP
+#pragma once
 
 #include "commit/changes.h"
 #include "commit/refresh_info.h"
@@ -33,8 +32,8 @@ struct Context {
 // Errors go to the result and are counted in the operation.
 using OperationFunction = void (*)(Context &context, Operation &operation);
 
-// A request is walked twice: first every operation collects, in `refresh`, what it will read, then every one is
-// carried out.
+// A request is walked twice: first every operation collects, in `refresh`, what it will read, then every one
+// is carried out.
 struct OperationKind {
   const char *name;
   OperationFunction collect;
@@ -46,5 +45,3 @@ struct OperationKind {
 const OperationKind *find_operation(const xmlNode &element);
 
 } // namespace vorn
-
-#endif

@@ -1,6 +1,5 @@
 // The result document of a request.
-#ifndef VORN_QUERY_RESULT_HPP
-#define VORN_QUERY_RESULT_HPP
+#pragma once
 
 #include "xml/handles.hpp"
 #include <cstddef>
@@ -40,5 +39,3 @@ private:
 };
 
 } // namespace vorn
-
-#endif

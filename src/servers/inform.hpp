@@ -1,5 +1,4 @@
-#ifndef VORN_SERVERS_INFORM_HPP
-#define VORN_SERVERS_INFORM_HPP
+#pragma once
 
 #include "servers/inform.h"
 #include <string>
@@ -11,5 +10,3 @@ namespace vorn {
 const char *answer_inform_request(const std::string &parameters);
 
 } // namespace vorn
-
-#endif

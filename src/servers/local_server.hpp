@@ -7,8 +7,7 @@
 // Nobody waits for a client: one that sends nothing for some seconds while it is receiving, or takes nothing
 // of its reply for as long as the outbox allows, is dropped. When all places are taken, the client that has
 // been silent longest makes room.
-#ifndef VORN_SERVERS_LOCAL_SERVER_HPP
-#define VORN_SERVERS_LOCAL_SERVER_HPP
+#pragma once
 
 #include "core/handles.hpp"
 #include <cstdint>
@@ -41,5 +40,3 @@ int serve_locally(const LocalProtocol &protocol) noexcept;
 uint32_t number_at(std::string_view bytes, size_t position) noexcept;
 
 } // namespace vorn
-
-#endif

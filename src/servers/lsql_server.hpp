@@ -1,6 +1,5 @@
 // TCP port 8002 on the loopback address: many LSQL requests a connection.
-#ifndef VORN_SERVERS_LSQL_SERVER_HPP
-#define VORN_SERVERS_LSQL_SERVER_HPP
+#pragma once
 
 namespace vorn {
 
@@ -8,5 +7,3 @@ namespace vorn {
 void vorn_lsql_init() noexcept;
 
 } // namespace vorn
-
-#endif

@@ -1,6 +1,5 @@
 // The local socket "vorn_sock_lsql": one LSQL request a connection.
-#ifndef VORN_SERVERS_SOCKET_API_HPP
-#define VORN_SERVERS_SOCKET_API_HPP
+#pragma once
 
 namespace vorn {
 
@@ -8,5 +7,3 @@ namespace vorn {
 int vorn_socket_api_init() noexcept;
 
 } // namespace vorn
-
-#endif

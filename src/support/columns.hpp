@@ -1,8 +1,6 @@
 // Lists of columns, as text tables and status files have them.
-#ifndef VORN_SUPPORT_COLUMNS_HPP
-#define VORN_SUPPORT_COLUMNS_HPP
+#pragma once
 
-#include <cstring>
 #include <string_view>
 
 namespace vorn {
@@ -21,5 +19,3 @@ inline int find_column(const char *const *columns, std::string_view name) noexce
 }
 
 } // namespace vorn
-
-#endif

@@ -1,9 +1,7 @@
 // Text of a limited size.
-#ifndef VORN_SUPPORT_TEXT_BUFFER_HPP
-#define VORN_SUPPORT_TEXT_BUFFER_HPP
+#pragma once
 
 #include <cstddef>
-#include <cstdio>
 #include <cstring>
 
 namespace vorn {
@@ -32,5 +30,3 @@ private:
 };
 
 } // namespace vorn
-
-#endif

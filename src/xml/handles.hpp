@@ -1,6 +1,5 @@
 // Owners for what libxml2 hands out.
-#ifndef VORN_XML_HANDLES_HPP
-#define VORN_XML_HANDLES_HPP
+#pragma once
 
 #include "core/handles.hpp"
 #include <libxml/tree.h>
@@ -16,5 +15,3 @@ using XmlDocument = std::unique_ptr<xmlDoc, Closer<xmlFreeDoc>>;
 using XmlText = std::unique_ptr<xmlChar, XmlCloser>;
 
 } // namespace vorn
-
-#endif

@@ -1,6 +1,5 @@
 // Reading and building of XML trees as the configuration file and LSQL share it.
-#ifndef VORN_XML_NODES_HPP
-#define VORN_XML_NODES_HPP
+#pragma once
 
 #include "xml/nodes.h"
 #include <libxml/tree.h>
@@ -40,5 +39,3 @@ bool set_attribute(xmlNode *element, const char *name, const char *value) noexce
 xmlDoc *new_document(const char *root_name) noexcept;
 
 } // namespace vorn
-
-#endif
