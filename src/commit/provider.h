@@ -19,8 +19,8 @@ typedef struct vorn_provider vorn_provider;
  * commit cannot fail. */
 typedef int (*vorn_provider_commit_fn)(vorn_commit_info *info);
 
-/* Called before a request is evaluated, with what the request will read. The info belongs to the agent:
- * do not store it. The result is ignored. */
+/* Called before a request is evaluated, with what the request will read. The info belongs to the agent: do
+ * not store it. The result is ignored. */
 typedef int (*vorn_provider_refresh_fn)(vorn_refresh_info *info);
 
 /* Returns a provider without functions, which belongs to the caller until vorn_providers_add takes it; no
