@@ -44,7 +44,7 @@ typedef int (*vorn_util_txt_table_parse_fn)(char *text, const char **columns, co
 /* One source of status values. It belongs to the plugin and must exist as long as callbacks use it. */
 typedef struct vorn_util_txt_table {
   unsigned last_transaction;          /* the transaction number at the last reading; 0 at first */
-  vorn_util_txt_table_read_fn read;   /* brings the text; null for none */
+  vorn_util_txt_table_read_fn read;   /* supplies the text; null for none */
   void *read_arg;                     /* what `read` gets */
   vorn_util_txt_table_parse_fn parse; /* normally vorn_util_put2object */
   const char *class_name;             /* whose instances the lines update */
