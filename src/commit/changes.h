@@ -1,8 +1,8 @@
 /* Changes: a recorder that watches a collection while it is being changed.
  *
- * It is made before the first change and keeps copies of all instances as they were. From then on it listens
- * to the collection and its instances, so that a commit can tell what was inserted, updated and deleted. All
- * functions tolerate null arguments and then return their failure value. */
+ * It is made before the first change and copies all instances as they are then. From then on it listens to
+ * the collection and its instances, so that a commit can tell what was inserted, updated and deleted. All
+ * functions accept null arguments and then return their failure value. */
 #ifndef VORN_COMMIT_CHANGES_H
 #define VORN_COMMIT_CHANGES_H
 
@@ -13,38 +13,56 @@
 
 VORN_BEGIN_DECLS
 
+/* A recorder. */
 typedef struct vorn_changes vorn_changes;
 
-/* Returns a recorder over `after`, which belongs to the caller and must be freed before the collection; null
- * without memory. One recorder listens to a collection at a time: one that is made over another one listens
- * in its place until it is freed; only instances added and removed meanwhile are recorded by both. */
+/* Returns a recorder over `after`, or null when memory runs out. It belongs to the caller, who must free it
+ * before the collection. Of several recorders over one collection only the newest hears of values that are
+ * set, until it is freed; instances that are added and removed are recorded by all of them. */
 VORN_API vorn_changes *vorn_changes_new(vorn_instances *after) VORN_NOEXCEPT;
 
-/* Record one event each; the listeners call them, and a repeat is harmless. Return 0 or 1. */
+/* Records that the instance was inserted, with the values that it has. The listeners call this, so a plugin
+ * need not. Returns 0, also for an instance that is recorded already, or 1 when memory runs out. */
 VORN_API int vorn_changes_instance_inserted(vorn_changes *changes, vorn_instance *instance) VORN_NOEXCEPT;
+
+/* Records that the instance was taken out of the collection; called by the listeners, before it is freed. It
+ * loses its listener, and one that was inserted since the start is then in no list at all. Returns 0, also
+ * for an instance that is not recorded. */
 VORN_API int vorn_changes_instance_deleted(vorn_changes *changes, vorn_instance *instance) VORN_NOEXCEPT;
+
+/* Records that the instance was updated; called by the listeners. Returns 0, also for a repeat, or 1 when the
+ * collection does not hold the instance or memory runs out. */
 VORN_API int vorn_changes_instance_updated(vorn_changes *changes, vorn_instance *instance) VORN_NOEXCEPT;
+
+/* Records that the property was set; called by the listeners, after vorn_changes_instance_updated. The name
+ * is copied, and not checked against the class. Returns 0, also for a repeat, or 1 when the collection does
+ * not hold the instance or memory runs out. */
 VORN_API int vorn_changes_add_property(vorn_changes *changes, vorn_instance *instance,
                                        const char *property_name) VORN_NOEXCEPT;
 
-/* Returns the copies of the instances as they were; they stay the recorder's. */
+/* Returns the copies of the instances as they were, which belong to the recorder. */
 VORN_API vorn_instances *vorn_changes_get_before(const vorn_changes *changes) VORN_NOEXCEPT;
 
-/* Returns an iterator over the updated and inserted instances of a class, in the order in which they were
- * first touched; to be freed with vorn_instances_delete_iterator. */
+/* Returns an iterator over the updated and inserted instances of a class, or of all classes when `class_name`
+ * is null. They are listed as in any collection (model/instances.h), by their first change. The caller frees
+ * the iterator with vorn_instances_delete_iterator. Null for an unknown class, which is logged, or when
+ * memory runs out. */
 VORN_API vorn_instances_iterator *
 vorn_changes_new_class_instances_iterator(const vorn_changes *changes, const char *class_name) VORN_NOEXCEPT;
 
-/* Returns an iterator over the copies of the deleted instances of a class, as above. */
+/* Returns an iterator over the copies of the deleted instances; otherwise it is like
+ * vorn_changes_new_class_instances_iterator. */
 VORN_API vorn_instances_iterator *
 vorn_changes_new_deleted_class_instances_iterator(const vorn_changes *changes,
                                                   const char *class_name) VORN_NOEXCEPT;
 
-/* Returns the instance as it was, or null for one that was inserted. */
+/* Returns the copy of the instance as it was, which belongs to the recorder; null for an instance that was
+ * inserted or that the collection does not hold. */
 VORN_API vorn_instance *vorn_changes_get_instance_before(const vorn_changes *changes,
                                                          vorn_instance *instance) VORN_NOEXCEPT;
 
-/* Returns 1 when the class has a changed or deleted instance, else 0. */
+/* Returns 1 when an instance of the class, or of a subclass of an abstract one, was inserted, updated or
+ * deleted, else 0. */
 VORN_API int vorn_changes_contains_class(const vorn_changes *changes, const char *class_name) VORN_NOEXCEPT;
 
 /* Returns 1 when the instance was updated or inserted, else 0. */

@@ -1,5 +1,5 @@
-/* What a provider gets before a query is answered: which classes, instances and properties the query will
- * read, and the collection whose instances it is to fill in. */
+/* What a provider gets before a request is evaluated: which classes, instances and properties the request
+ * will read, and the collection whose instances it is to fill in. */
 #ifndef VORN_COMMIT_REFRESH_INFO_H
 #define VORN_COMMIT_REFRESH_INFO_H
 
@@ -9,17 +9,26 @@
 
 VORN_BEGIN_DECLS
 
+/* What one refresh asks for. */
 typedef struct vorn_refresh_info vorn_refresh_info;
 
-/* Returns an info that asks for nothing yet; it belongs to the caller. Null without memory. */
+/* Returns an info that asks for nothing yet. It belongs to the caller; the collection is not taken over. Null
+ * when memory runs out. */
 VORN_API vorn_refresh_info *vorn_refresh_info_new(vorn_instances *instances) VORN_NOEXCEPT;
 
-/* Record what is asked for. A null instance name means every instance of the class. Return 0, or 1 when an
- * argument is null or memory runs out. */
+/* Asks for an instance, or for every instance of the class when `instance_name` is null, without any
+ * property. Names are copied and not checked. Returns 0, or 1 for a null info or class or when memory runs
+ * out. */
 VORN_API int vorn_refresh_info_add_instance(vorn_refresh_info *info, const char *class_name,
                                             const char *instance_name) VORN_NOEXCEPT;
+
+/* Asks for all properties of an instance, or of every instance when `instance_name` is null. Returns as
+ * vorn_refresh_info_add_instance. */
 VORN_API int vorn_refresh_info_add_all_properties(vorn_refresh_info *info, const char *class_name,
                                                   const char *instance_name) VORN_NOEXCEPT;
+
+/* Asks for one property of an instance, or of every instance when `instance_name` is null. Returns as
+ * vorn_refresh_info_add_instance, and 1 for a null property. */
 VORN_API int vorn_refresh_info_add_property(vorn_refresh_info *info, const char *class_name,
                                             const char *instance_name,
                                             const char *property_name) VORN_NOEXCEPT;
@@ -34,7 +43,8 @@ VORN_API int vorn_refresh_info_contains_class(const vorn_refresh_info *info,
 VORN_API int vorn_refresh_info_contains_instance(const vorn_refresh_info *info,
                                                  const vorn_instance *instance) VORN_NOEXCEPT;
 
-/* Returns 1 when this property of the instance is asked for, else 0. Subclasses as above. */
+/* Returns 1 when this property of the instance is asked for, else 0. Subclasses are found as by
+ * vorn_refresh_info_contains_instance. */
 VORN_API int vorn_refresh_info_contains_property(const vorn_refresh_info *info, const vorn_instance *instance,
                                                  const char *property_name) VORN_NOEXCEPT;
 
@@ -43,12 +53,14 @@ VORN_API vorn_instances *vorn_refresh_info_get_instances(const vorn_refresh_info
 
 /* Returns the data of the provider that is being called; null for null. */
 VORN_API void *vorn_refresh_info_get_data(const vorn_refresh_info *info) VORN_NOEXCEPT;
+
+/* Sets the data; the agent does so before it calls each provider. A null info is ignored. */
 VORN_API void vorn_refresh_info_set_data(vorn_refresh_info *info, void *data) VORN_NOEXCEPT;
 
 /* Writes what is asked for. */
 VORN_API void vorn_refresh_info_print(const vorn_refresh_info *info, FILE *stream) VORN_NOEXCEPT;
 
-/* Frees the info. */
+/* Frees the info, not the collection. Null is ignored. */
 VORN_API void vorn_refresh_info_delete(vorn_refresh_info *info) VORN_NOEXCEPT;
 
 VORN_END_DECLS

@@ -6,7 +6,8 @@
  * properties that it asks for, in the order of their registration. These two may set values but must not
  * insert or delete.
  *
- * Setters return 0, or 1 with the reason logged at debug level 1 and above. */
+ * Setters return 0, or 1 with nothing changed: for a null argument, which is logged at debug level 1 and
+ * above, or when memory runs out. */
 #ifndef VORN_COMMIT_REFRESHER_H
 #define VORN_COMMIT_REFRESHER_H
 
@@ -16,37 +17,39 @@
 
 VORN_BEGIN_DECLS
 
+/* A table of callbacks for one class. */
 typedef struct vorn_refresher vorn_refresher;
 
-/* Called once, before the instances; the result is ignored. */
+/* Called once in a refresh that asks for the class, before the instances. The result is ignored. */
 typedef int (*vorn_refresher_pre_refresh_fn)(vorn_refresh_info *info);
 
-/* Called for an instance, before its properties: the place for work that they have in common. The result is
- * ignored. */
+/* Called for an instance, before its properties: for work that they have in common. The result is ignored. */
 typedef int (*vorn_refresher_instance_fn)(vorn_instance *instance, vorn_refresh_info *info);
 
 /* Returns the property's value now. The refresher copies it at once; it may be the instance's own stored
- * text. Null is no value: that is logged, and the property keeps the one it has. */
+ * text. Null means no value: that is logged, and the property's value does not change. */
 typedef const char *(*vorn_refresher_property_fn)(vorn_instance *instance, const char *property_name,
                                                   vorn_refresh_info *info);
 
-/* Returns a refresher without callbacks, which belongs to the caller and must outlive its provider: it is
- * never freed. The name of the class is kept, not copied: it must live as long. An abstract class stands for
- * its subclasses. Null without a name or memory. */
+/* Returns a refresher without callbacks, which belongs to the caller and must outlive its provider; there is
+ * no function to free it. It stores the pointer to the name of the class, so that text must live as long. An
+ * abstract class stands for its subclasses. Null when the name is null or memory runs out. */
 VORN_API vorn_refresher *vorn_refresher_new(const char *class_name) VORN_NOEXCEPT;
 
+/* Sets the callback that comes before all instances, in place of an earlier one. */
 VORN_API int vorn_refresher_set_pre_refresh_fn(vorn_refresher *refresher,
                                                vorn_refresher_pre_refresh_fn fn) VORN_NOEXCEPT;
 
+/* Sets the callback for instances, in place of an earlier one. */
 VORN_API int vorn_refresher_set_instance_fn(vorn_refresher *refresher,
                                             vorn_refresher_instance_fn fn) VORN_NOEXCEPT;
 
-/* A property that has a callback keeps it: the second one is refused. */
+/* Sets the callback for a property. Also 1, silently, for a property that has one: that one stays. */
 VORN_API int vorn_refresher_set_property_fn(vorn_refresher *refresher, const char *property_name,
                                             vorn_refresher_property_fn fn) VORN_NOEXCEPT;
 
-/* The refresh function of a provider whose data is a refresher. Returns 0, or 1 when there is no refresher.
- */
+/* The refresh function of a provider whose data is a refresher: calls the callbacks. Returns 0, or 1 for null
+ * data, which is logged at debug level 1 and above. */
 VORN_API int vorn_refresher_fn(vorn_refresh_info *info) VORN_NOEXCEPT;
 
 VORN_END_DECLS

@@ -10,62 +10,68 @@ VORN_BEGIN_DECLS
 struct _xmlDoc;
 struct _xmlNode;
 
-/* Returns the running configuration, which stays the agent's; null before it was loaded. */
+/* Returns the running configuration, which belongs to the agent; null before one was loaded. */
 VORN_API vorn_instances *vorn_config_get_running(void) VORN_NOEXCEPT;
 
-/* Makes `instances` the running configuration, which the agent then owns, and frees the one before with all
- * its instances; null changes nothing. Returns the running configuration. */
+/* Makes `instances` the running configuration, which the agent then owns, and frees the earlier one with all
+ * its instances; null, and the running one itself, change nothing. Returns the running configuration. */
 VORN_API vorn_instances *vorn_config_replace_running(vorn_instances *instances) VORN_NOEXCEPT;
 
-/* Writes the persistent part of the running configuration to `path`. Returns 0; 1 without a path, a running
- * configuration or memory, with the file untouched. Failures to write are not reported. */
+/* Writes the persistent part of the running configuration to the file `path`. Returns 0, also when writing
+ * fails, which is not reported. Returns 1, with the reason logged and the file untouched, when `path` is
+ * null, there is no running configuration, or memory runs out. */
 VORN_API int vorn_config_dump_running(const char *path) VORN_NOEXCEPT;
 
-/* Writes the running configuration to the startup file, at once and in place, and tells the subscribers.
- * Returns as vorn_config_dump_running. */
+/* Writes the running configuration to the startup file, without a temporary file between, then calls sync(2)
+ * and tells the subscribers. Returns 0, or 1 when vorn_config_dump_running does; then nobody is told. */
 VORN_API int vorn_config_copy_running_to_startup(void) VORN_NOEXCEPT;
 
-/* Loads the startup file as a new running configuration and commits it; one that cannot be read is made anew
- * of the default or the rescue file. What is wrong in the file is reported and left out. Returns 0, or 1 when
- * no configuration could be read; the running one then stays as it was. */
+/* Loads the startup file as a new running configuration and commits it; the earlier one is not freed. A file
+ * that cannot be read is first replaced by the default or the rescue file. What is wrong in the file is
+ * reported and left out. Returns 1 when no file could be read, else 0, also when memory ran out, which is
+ * logged; in both cases the running configuration stays as it was. */
 VORN_API int vorn_config_copy_startup_to_running(void) VORN_NOEXCEPT;
 
-/* Counts this boot as failed until it is confirmed, 20 seconds later; after five in a row that were not,
- * removes the startup file, so that the default is used. A boot that finds the counter and a
- * backup to restore removes the counter instead. Returns 0, or -1 when the counter
- * "/etc/config/configBootFailures" cannot be kept. */
+/* Counts this boot as failed, and has the loop confirm it 20 seconds later. After five boots in a row that
+ * nobody has confirmed it removes the startup file, so that the default is used. A boot that finds the
+ * counter and a backup to restore removes the counter instead. Returns 0, or -1 when the counter
+ * "/etc/config/configBootFailures" cannot be opened or made. */
 VORN_API int vorn_config_init(void) VORN_NOEXCEPT;
 
-/* Confirms the boot: what vorn_config_init has the loop call. */
+/* Confirms the boot by removing the counter; vorn_config_init has the loop call it. Both arguments are
+ * ignored. */
 VORN_API void vorn_config_delay_check(void *eloop_data, void *user_data) VORN_NOEXCEPT;
 
 /* Writes the running configuration, with its checksum, as the default "/etc/defaultconfig.xml". Returns 0, or
  * 1 with the reason logged. */
 VORN_API int vorn_config_copy_running_to_default(void) VORN_NOEXCEPT;
 
-/* Makes the startup file of the default or, where that cannot be used, of the rescue file, and tells the
- * subscribers. Why not is logged. Returns 0 when the default was used, else 1. */
+/* Replaces the startup file by the body of the default or, when that cannot be used, by the rescue file, and
+ * tells the subscribers. Returns 0 when the default is good, else 1 with the reason logged, at debug level 1
+ * and above when there is none. A copy that fails is logged and does not change the result. */
 VORN_API int vorn_config_copy_default_to_startup(void) VORN_NOEXCEPT;
 
 /* Copies the rescue file "/etc/rescueconfig.xml", which comes with the firmware, over the startup file, and
- * tells the subscribers. Returns 0, also when it could not be copied, which is logged. */
+ * tells the subscribers. Returns 0, also when the copy fails, which is logged. */
 VORN_API int vorn_config_copy_rescue_to_startup(void) VORN_NOEXCEPT;
 
-/* Removes the default, so that the rescue file is fallen back on. Returns 0, or 1 with the reason logged. */
+/* Removes the default, so that the rescue file is used instead. Returns 0, or 1 with the reason logged. */
 VORN_API int vorn_config_copy_rescue_to_default(void) VORN_NOEXCEPT;
 
-/* Loads the backup file "/etc/config/backup_config.xml" as a new running configuration and commits it; one
- * that cannot be read changes nothing. Returns 0. */
+/* Loads the backup file "/etc/config/backup_config.xml" as a new running configuration and commits it; the
+ * earlier one is not freed. Returns 0, also when the file cannot be read, which is logged, or memory runs
+ * out; then nothing changes. */
 VORN_API int vorn_config_copy_backup_to_running(void) VORN_NOEXCEPT;
 
 /* Returns the name of the class to instantiate for an element of a configuration document or an insert: for
- * an abstract class, the subclass that the element's identifier property names. It belongs to the document.
- * Null, with the reason logged, when there is no such class. */
+ * an abstract class, the subclass that the element's identifier property names. The text belongs to the
+ * document. Null when the element is null, or, with the reason logged, when there is no such class. `doc` is
+ * not used. */
 VORN_API const char *vorn_config_get_class_name(const struct _xmlDoc *doc,
                                                 const struct _xmlNode *element) VORN_NOEXCEPT;
 
 /* Returns the bytes of the startup file, or a document with an "error" element that says why they cannot be
- * had; null without memory. To be freed with free(3). */
+ * read; null when memory runs out. The caller frees the text with free(3). */
 VORN_API char *vorn_config_get_startup_as_xml(void) VORN_NOEXCEPT;
 
 VORN_END_DECLS

@@ -2,6 +2,7 @@
 #ifndef VORN_CORE_EXPORT_H
 #define VORN_CORE_EXPORT_H
 
+/* These two stand around the declarations of a header and give them C linkage. */
 #ifdef __cplusplus
 #define VORN_BEGIN_DECLS extern "C" {
 #define VORN_END_DECLS }
@@ -16,7 +17,8 @@
 /* Everything is compiled with hidden visibility; what carries this mark is the programming interface. */
 #define VORN_API __attribute__((visibility("default")))
 
-/* Lets the compiler check a printf-like call: the format's position and that of its first argument. */
+/* Lets the compiler check calls of a function like printf(3): the positions of its format and of the first
+ * argument for it, counted from 1. */
 #define VORN_PRINTF(text_position, first) __attribute__((__format__(__printf__, text_position, first)))
 
 #endif

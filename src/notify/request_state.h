@@ -6,12 +6,12 @@
 
 VORN_BEGIN_DECLS
 
-/* The origin that the request names, null when it names none. It keeps its value after the request, and
- * belongs to the agent; the pointer changes with the next request. */
+/* The origin that the request names, null when it names none. The text belongs to the agent. It stays valid
+ * after the request, until the next one begins. */
 VORN_API extern const char *vorn_query_origin;
 
-/* Counts the operations of non-passive requests, each once for either pass: who has seen a number has not to
- * read its source again until the number changes. */
+/* Counts the operations of requests that are not passive, each in both passes of its request. As long as the
+ * number has not changed, what was read from the system need not be read again. */
 VORN_API extern unsigned vorn_query_transaction_number;
 
 VORN_END_DECLS

@@ -8,19 +8,21 @@
 VORN_BEGIN_DECLS
 
 /* Evaluates a request against the running configuration and commits what it changed. Returns the result
- * document as text, to be freed with xmlFree or free(3); null when the request does not parse or memory runs
- * out. Errors of the request stand in the result. */
+ * document as text, with the errors of the request in it; the caller frees it with xmlFree or free(3). Null
+ * when the request is null or no XML, which is logged, or memory runs out. */
 VORN_API char *vorn_query_eval(const char *request) VORN_NOEXCEPT;
 
-/* As above, in passive mode: properties that clients may not write can be set, and nothing is committed.
- * Plugins store so what they have read from the system. */
+/* Evaluates a request in passive mode: properties that clients may not write can be set, and nothing is
+ * committed. This is how plugins store what they have read from the system. Returns as vorn_query_eval. */
 VORN_API char *vorn_query_eval_passive(const char *request) VORN_NOEXCEPT;
 
-/* Runs a commit in which nothing has changed. Returns 0, or 1 without a running configuration or memory. */
+/* Runs a commit in which nothing has changed. The action does not reach the providers, deliberately: they get
+ * an empty set. Returns 0, or 1 when there is no running configuration, which is logged, or memory runs
+ * out. */
 VORN_API int vorn_query_action(const char *provider, const char *action, const char *class_name,
                                const char *instance_name) VORN_NOEXCEPT;
 
-/* From now on, for good, refuses every request that names its origin. */
+/* Refuses every request that names its origin, from now on until the agent ends. */
 VORN_API void vorn_query_disable_external_updates(void) VORN_NOEXCEPT;
 
 VORN_END_DECLS

@@ -6,25 +6,29 @@
 
 VORN_BEGIN_DECLS
 
-/* Appends one table line, made from a status file, at `out`: the prefix, which brings its own blank, and the
+/* Writes one table line, made from a status file, to `out`: the prefix, which brings its own blank, and the
  * values of the keys that the columns name, in their order, an empty one for a key that the file does not
  * have. A value with a blank in it is put between double quotes; one that has such quotes itself breaks its
- * line. Of the file the first 2048 bytes count; a line that they cut is left out, as the log says at level 1.
- * Keys behind the 62nd column are not looked for. `room` is the number of bytes at `out`; from the first
- * value on that does not fit all are left out. `columns` is ended by null. Returns 0; 1 when the file cannot
- * be opened, which is reported and appends nothing. */
+ * line. Only the first 2048 bytes of the file count; a line that is cut there is left out, which is logged at
+ * debug level 1 and above. Keys after the 62nd column are not looked for. `room` is the number of bytes at
+ * `out`; from the first value that does not fit, all are left out. `columns` ends with a null pointer.
+ * Returns 0, or 1 with nothing written when the file cannot be opened or a pointer other than `prefix` is
+ * null, which is logged. */
 VORN_API int vorn_util_add_line_from_proc(char *out, int room, const char *path, const char *prefix,
                                           const char **columns) VORN_NOEXCEPT;
 
+/* Called for a file that a walk has found: appends to the text of the walk, whose end is `out` with `room`
+ * bytes left, what it makes of the file `path`. `prefix` is that of the walk with the matched names, `user`
+ * that of the walk. The result is ignored. */
 typedef int (*vorn_util_dir_walk_fn)(char *out, int room, const char *path, const char *prefix,
                                      const char **user);
 
-/* Expands the stars of a path and calls `callback` for every regular file found, with the end of the text at
- * `out` and the room that is left there. A star stands for a whole name, directly behind a slash: for each in
- * the directory that does not begin with a dot, in the directory's order. A directory that is not there
- * counts as an empty one. The prefix grows by each matched name and a blank. `size` is that of `out` in
- * bytes. A directory, path or prefix of more than 79 bytes is reported and left out. Returns 0, or 1 when
- * something was left out; the callback's result is ignored. */
+/* Expands the stars of a path and calls `callback` for every regular file found. A star stands for a whole
+ * name, directly after a slash: for each name in the directory that does not begin with a dot, in the
+ * directory's order. A directory that does not exist counts as an empty one. The prefix grows by each matched
+ * name and a blank. `out` holds a text, which may be empty, and has `size` bytes. A directory, path or prefix
+ * of more than 79 bytes is logged and left out. Returns 0, or 1 when something was left out or, which is
+ * logged, a pointer other than `prefix` and `user` is null. */
 VORN_API int vorn_util_dir_walk(const char *pattern, char *out, int size, const char *prefix,
                                 vorn_util_dir_walk_fn callback, const char **user) VORN_NOEXCEPT;
 

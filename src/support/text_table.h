@@ -1,8 +1,8 @@
 /* Text tables: how status files of the system become live values.
  *
  * A table is text: lines of fields that are separated by single blanks. A field that begins with a double
- * quote runs to the next one, blanks included. A list of columns, ended by null, names the fields. Every line
- * becomes one passive update of the running configuration:
+ * quote runs to the next one, blanks included. A list of columns, which ends with a null pointer, names the
+ * fields. Every line becomes one passive update of the running configuration:
  *
  *   "mtu"           the field is the value of that property
  *   "#mtu"          the same: the marker is no part of the property's name
@@ -10,12 +10,12 @@
  *   "name", "*name" the field is the instance's name; an empty one selects nothing
  *   ""              the field is passed over
  *
- * What stands directly behind a closing quote, other than a blank or the line's end, ends the whole text.
+ * Anything but a blank or a line end directly after a closing quote ends the whole text.
  *
- * Fields go into the update as they are, and the update may do what no client may. Text that strangers have a
- * part in, such as the names of other networks, must have "<", "&" and double quotes taken out before: it
- * could hold further operations, deletions included. An update stores into the running configuration, not
- * into the copy that a write transaction works on. */
+ * Fields go into the update as they are, and the update may do what no client may. Take "<", "&" and double
+ * quotes out of text that strangers can influence, such as the names of other networks: it could hold further
+ * operations, deletions included. An update stores into the running configuration, not into the copy that a
+ * write transaction works on. */
 #ifndef VORN_SUPPORT_TEXT_TABLE_H
 #define VORN_SUPPORT_TEXT_TABLE_H
 
@@ -25,8 +25,8 @@
 
 VORN_BEGIN_DECLS
 
-/* The most bytes that a line may hold: in its instance name, its values and its conditions with their tags,
- * and altogether. A line that has more is reported and left out whole. */
+/* The most bytes that a line may have: in its instance name, in its values and in its conditions with their
+ * tags, and in its whole update. A line that has more is logged and left out. */
 enum {
   VORN_UTIL_LONGEST_NAME = 79,
   VORN_UTIL_LONGEST_VALUES = 3000,
@@ -34,39 +34,39 @@ enum {
   VORN_UTIL_LONGEST_UPDATE = 3999
 };
 
-/* Fills `buf`, which comes empty, with lines: at most `size` bytes and a terminator behind them. The result
- * is ignored. */
+/* Fills `buf`, which is empty, with lines: at most `size` bytes and a terminator after them. `arg` is the
+ * table's `read_arg`. The result is ignored. */
 typedef int (*vorn_util_txt_table_read_fn)(void *arg, char *buf, int size);
 
-/* Turns the text into updates. The result is ignored. */
+/* Turns the text of a table into updates, and may modify it. The result is ignored. */
 typedef int (*vorn_util_txt_table_parse_fn)(char *text, const char **columns, const char *class_name);
 
-/* One source of status values. The plugin makes it and keeps it. */
+/* One source of status values. It belongs to the plugin and must exist as long as callbacks use it. */
 typedef struct vorn_util_txt_table {
-  unsigned last_transaction; /* the transaction number at the last reading; 0 at first */
-  vorn_util_txt_table_read_fn read;
-  void *read_arg;
+  unsigned last_transaction;          /* the transaction number at the last reading; 0 at first */
+  vorn_util_txt_table_read_fn read;   /* supplies the text; null for none */
+  void *read_arg;                     /* what `read` gets */
   vorn_util_txt_table_parse_fn parse; /* normally vorn_util_put2object */
   const char *class_name;             /* whose instances the lines update */
-  const char **columns;               /* the names of the fields, ended by null */
+  const char **columns;               /* the names of the fields, then a null pointer */
 } vorn_util_txt_table;
 
-/* Evaluates one update a line, until a line has no values. The text is modified. Returns 4 when the text
- * ended inside a line that was evaluated, else 0. */
+/* Evaluates an update for each line, until a line has no values. The text is modified. Returns 4 when the
+ * text ended inside a line that was evaluated, else 0; a null argument is logged. */
 VORN_API int vorn_util_put2object(char *text, const char **columns, const char *class_name) VORN_NOEXCEPT;
 
-/* Returns the value of a property that one of the tables has; the table is read first unless it was read for
- * this client's request (a passive request counts as the one before it). `tables` is ended by null. The value
- * belongs to the instance. Null when no table has the property or the instance has no value. */
+/* Returns the value of a property that one of the tables has. The table is read first, unless
+ * vorn_query_transaction_number is what it was at the last reading. `tables` ends with a null pointer. The
+ * text belongs to the instance. Null when no table has the property or the instance has no value. */
 VORN_API const char *vorn_util_txt_tables_get_val(vorn_instance *instance, vorn_util_txt_table **tables,
                                                   const char *property_name) VORN_NOEXCEPT;
 
-/* Adds a property to the class for every column that is one: neither writable nor persistent. Returns 0, or 1
- * when any of them could not be added. */
+/* Adds a property to the class for every column that names one: neither writable nor persistent. Returns 0,
+ * or 1 when any of them could not be added. */
 VORN_API int vorn_util_txt_tables_add_properties(vorn_util_txt_table **tables, vorn_class *cls) VORN_NOEXCEPT;
 
-/* Registers `fn` for the same properties; normally it returns what vorn_util_txt_tables_get_val does. Returns
- * 0, or 1 when any of them could not be registered. */
+/* Registers `fn` with the refresher for the same properties; normally it returns what
+ * vorn_util_txt_tables_get_val does. Returns 0, or 1 when any of them could not be registered. */
 VORN_API int vorn_util_txt_tables_add_refresh(vorn_util_txt_table **tables, vorn_refresher *refresher,
                                               vorn_refresher_property_fn fn) VORN_NOEXCEPT;
 

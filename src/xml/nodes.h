@@ -1,5 +1,5 @@
-/* Readers of XML trees. What they return points into the document: it is never to be freed, and holds as long
- * as the document does. The records are libxml2's xmlDoc and xmlNode. */
+/* Readers of XML trees. What they return points into the document: do not free it, and use it only as long as
+ * the document exists and is not changed. The records are libxml2's xmlDoc and xmlNode. */
 #ifndef VORN_XML_NODES_H
 #define VORN_XML_NODES_H
 
@@ -10,8 +10,8 @@ VORN_BEGIN_DECLS
 struct _xmlDoc;
 struct _xmlNode;
 
-/* Returns the content of `node` when it is a text or CDATA node and `in_line` is not 0, else null. An
- * element's text is read by passing its first child. */
+/* Returns the content of `node` when it is a text or CDATA node and `in_line` is not 0, else null. To read
+ * the text of an element, pass its first child. `doc` is not used. */
 VORN_API const char *vorn_util_xmlNodeListGetString(const struct _xmlDoc *doc, const struct _xmlNode *node,
                                                     int in_line) VORN_NOEXCEPT;
 
