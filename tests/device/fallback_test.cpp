@@ -152,7 +152,7 @@ TEST(Saving, ThatIsCutOffLeavesADeviceThatComesUp) {
     if (fell_back) lsql("<insert>" + radios + "</insert>");
     Connection client = Connection::local();
     const string update = "<lsql><update><system><host>second</host></system></update></lsql>";
-    client.send(length_prefix(static_cast<unsigned>(update.size())) + update);
+    client.send(with_length(update));
     const off_t whole = size_of(config_path);
     spin([&] { return size_of(config_path) != whole; }); // it is being written
     spin([&] { return size_of(config_path) > kept; });
