@@ -198,7 +198,7 @@ TEST_F(Hostile, SubscribersThatNeverRead) {
   lsql("<update><radio name=\"r1\"><mode>n</mode></radio></update>");
   string messages = deaf.receive_now();
   for (string more; !(more = deaf.receive_now()).empty();) messages += more;
-  const size_t whole = messages.rfind('\0') + 1; // behind it the stream may still be on its way
+  const size_t whole = messages.rfind('\0') + 1; // what comes after it may still be on its way
   size_t start = 0;
   for (size_t end; start < whole; start = end + 1) {
     end = messages.find('\0', start);
