@@ -16,7 +16,7 @@ struct Context {
   Endpoint local;         // LSQL, one request a connection
   Endpoint tcp;           // LSQL, over TCP
   Endpoint notifications; // the agent's announcements of changes
-  Endpoint inform;        // word for the agent of what happened, one event a connection
+  Endpoint inform;        // events that the agent is told of, one a connection
   std::istream &in;
   std::ostream &out;
   std::ostream &err;

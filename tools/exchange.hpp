@@ -44,7 +44,7 @@ std::string exchange_local(const Endpoint &agent, const std::string &request,
 std::string exchange_tcp(const Endpoint &agent, const std::string &request,
                          std::chrono::milliseconds timeout);
 
-// Sends word of an event. Returns the one line of the answer without the newline. Throws as exchange_local
+// Tells of an event. Returns the one line of the answer without the newline. Throws as exchange_local
 // does, and NoReply for a line that does not end.
 std::string exchange_inform(const Endpoint &agent, const std::string &body,
                             std::chrono::milliseconds timeout);
