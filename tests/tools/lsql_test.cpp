@@ -97,7 +97,11 @@ Outcome ask(Transport transport, const std::string &reply, std::vector<std::stri
   const auto talk = [&](int client, std::future<void>) {
     const std::string request = read_from(client, transport);
     if (arrived != nullptr) *arrived = request;
-    if (!reply.empty()) send_packet(client, transport == tcp ? reply + '\x13' : reply);
+    const std::string bytes = transport == tcp ? reply + '\x13' : reply;
+    if (!reply.empty()) {
+      send_packet(client, bytes.substr(0, bytes.size() - 1));
+      send_packet(client, bytes.substr(bytes.size() - 1)); // what ends a reply may come alone
+    }
     char c = 0;
     while (transport == tcp && ::recv(client, &c, 1, 0) > 0) continue; // open until the client ends its side
   };
