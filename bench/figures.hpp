@@ -1,23 +1,62 @@
-// What one process measures at one size, by name.
+// What all figures are made with: clocks, samples, a process's memory, and tables to print.
 #ifndef VORN_BENCH_FIGURES_HPP
 #define VORN_BENCH_FIGURES_HPP
 
-#include <cstddef>
-#include <map>
+#include <functional>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 namespace bench {
 
-using Figures = std::map<std::string, double>;
+// Runs a program's work and returns the program's exit status; reports what is thrown. Refuses to work
+// anywhere but on a private device (scripts/device): only there may the agent's paths be overwritten.
+int run_on_device(const std::function<void()> &work);
 
-// Each runs in a process of its own, with a startup file of this many stations in place.
-Figures measure_files(size_t stations);
-Figures measure_requests(size_t stations);
-Figures measure_memory(size_t stations);
+double wall_seconds();
+// The seconds that the processor has worked for this process, in it and in the kernel. For what never waits:
+// other programs on the machine count as little as possible.
+double processor_seconds();
 
-// The figures of measure_requests.
-std::vector<std::string> request_names();
+// Repeats a call for a while, so that what is quick is measured often, and never less than a few times.
+template <class Work> void repeat_for(double seconds, Work work) {
+  const double start = wall_seconds();
+  for (int done = 0; done < 7 || wall_seconds() - start < seconds; ++done) work();
+}
+
+using Samples = std::vector<double>;
+
+// Adds the seconds that a call takes by one of the clocks.
+template <class Work> void add_time(Samples &samples, double (*clock)(), Work work) {
+  const double start = clock();
+  work();
+  samples.push_back(clock() - start);
+}
+
+// The smallest value that at least this share of all values does not exceed; throws without values.
+double percentile(Samples samples, double percent);
+inline double median(const Samples &samples) { return percentile(samples, 50); }
+
+// A process's memory in bytes, as the kernel counts it: VmRSS and VmHWM. Throws when the process has ended.
+double resident_memory(pid_t pid);
+double peak_memory(pid_t pid);
+
+std::string content_of(const std::string &path);
+
+// A table in Markdown: rows of cells, the first row the headings. The first column stands to the left, the
+// others to the right.
+using Table = std::vector<std::vector<std::string>>;
+void print(const Table &table);
+
+// Numbers with three significant digits and the unit that suits them.
+std::string duration(double seconds);
+std::string bytes(double count);
+// A whole number in groups of three digits.
+std::string grouped(double number);
+inline std::string grouped(size_t number) { return grouped(static_cast<double>(number)); }
+std::string with_decimals(double number, int decimals);
+// A number beside what it should not exceed, marked when it does.
+std::string against_aim(double number, double aim);
 
 } // namespace bench
 

@@ -1,118 +1,218 @@
 // Requests over the agent's sockets, beside a bare echo server on the same kind of socket. Overwrites the
 // agent's files: to be run on a private device.
-#include "agent.hpp"
-#include "clients.hpp"
-#include "device.hpp"
-#include "echo_server.hpp"
-#include "memory.hpp"
-#include "requests.hpp"
-#include "samples.hpp"
-#include "station_file.hpp"
-#include "table.hpp"
+#include "exchange.hpp"
+#include "figures.hpp"
+#include "station.hpp"
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
 #include <cstdio>
-#include <exception>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <numeric>
+#include <optional>
+#include <stdexcept>
+#include <sys/prctl.h>
+#include <sys/wait.h>
 
 namespace {
 
 using namespace bench;
+using namespace vorn::client;
+using std::string;
 
 constexpr size_t all_sizes[] = {100, 1'000};
 constexpr size_t rounds = 5;
 constexpr double seconds_each_round = 0.4;
+constexpr std::chrono::seconds timeout(20);
 
-struct Kind {
-  const char *name;
-  std::string (*request)(size_t number, size_t stations);
-  size_t (*matches)(size_t stations);
+// A child process, which ends with its owner or its parent.
+struct Child {
+  // `body` does not return unless it has failed.
+  template <class Body> explicit Child(Body body) : pid(fork()) {
+    if (pid < 0) throw std::runtime_error("cannot fork");
+    if (pid > 0) return;
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    body();
+    _exit(1);
+  }
+  Child(const Child &) = delete;
+  ~Child() {
+    kill(pid, SIGTERM);
+    waitpid(pid, nullptr, 0);
+  }
+  const pid_t pid;
 };
 
-constexpr auto one = [](size_t) -> size_t { return 1; };
-constexpr Kind kinds[] = {
-    {"select one by name", [](size_t i, size_t n) { return select_one(station_name(i % n)); }, one},
-    {"update one by name", [](size_t i, size_t n) { return update_one(station_name(i % n), i); }, one},
-    {"select all", [](size_t, size_t) { return select_all(); }, [](size_t n) { return n; }},
-};
+// ---- The agent ----
 
-struct Transport {
-  const char *name;
-  std::unique_ptr<Client> (*to_agent)();
-  EchoServer (*echo)(size_t reply_size);
-  std::unique_ptr<Client> (*to_echo)(const EchoServer &echo);
-};
+// The agent has a session of its own, since it signals its whole process group when it is asked to end.
+void execute_agent(const string &program) noexcept {
+  setsid();
+  const int console = open("/dev/console", O_WRONLY | O_APPEND);
+  for (const int output : {STDOUT_FILENO, STDERR_FILENO}) dup2(console, output); // not among the tables
+  execl(program.c_str(), program.c_str(), "-f", nullptr);
+  perror(program.c_str());
+}
 
-constexpr Transport transports[] = {
-    {"local socket", [] { return local_client(agent_local_name); }, EchoServer::local,
-     [](const EchoServer &) { return local_client(echo_local_name); }},
-    {"TCP", [] { return tcp_client(agent_port); }, EchoServer::tcp,
-     [](const EchoServer &echo) { return tcp_client(echo.port()); }},
-};
+// The request waits at the socket until the agent's loop runs. What the agent has to say goes to the console,
+// which is a file on a private device.
+void wait_until_the_agent_answers() {
+  for (const double start = wall_seconds();; usleep(20000)) {
+    try {
+      exchange_local(local_endpoint(lsql_socket), "<lsql/>", timeout);
+      return;
+    } catch (const Unreachable &error) {
+      if (wall_seconds() - start > 20)
+        throw std::runtime_error(error.what() + ("\n" + content_of("/dev/console")));
+    }
+  }
+}
 
-// One side's requests, one after the other.
+// ---- The echo server: the least that a server on the same kind of socket has to do ----
+
+// Listens there, and fills in the port that the system chooses.
+vorn::Descriptor listen_at(Endpoint &endpoint) {
+  auto *address = reinterpret_cast<sockaddr *>(&endpoint.address);
+  vorn::Descriptor listener(socket(address->sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  if (bind(listener.get(), address, endpoint.length) != 0 || listen(listener.get(), 50) != 0 ||
+      getsockname(listener.get(), address, &endpoint.length) != 0)
+    throw std::runtime_error("cannot listen at " + endpoint.description + ": " + strerror(errno));
+  return listener;
+}
+
+// Reads the length and the request, as the agent does, and replies once.
+void echo_local(Connection &client, const string &reply) {
+  string request;
+  std::uint32_t length = 0;
+  while (request.size() < sizeof length || request.size() - sizeof length < length) {
+    if (!client.receive(request)) return;
+    if (request.size() >= sizeof length) memcpy(&length, request.data(), sizeof length);
+  }
+  client.send(reply);
+}
+
+// Replies to every request until the client goes.
+void echo_tcp(Connection &client, const string &reply) {
+  string received, request;
+  while (client.receive_message(terminator, received, request)) client.send(reply + terminator);
+}
+
+// ---- Both sides of the comparison ----
+
+// A server, and what its only client has of it.
 struct Side {
-  std::unique_ptr<Client> client;
+  Endpoint server;
+  std::optional<Connection> connection{};
+  string received{}, reply{};
   Samples latencies{};
-  double busy = 0;
-
-  template <class Request> void run_round(Request request) {
-    for (Repetitions repetitions(seconds_each_round); repetitions.next();) {
-      const std::string text = request(latencies.count());
-      const double seconds = seconds_of([&] { client->exchange(text); });
-      latencies.add(seconds);
-      busy += seconds;
-    }
-  }
-  double per_second() const { return static_cast<double>(latencies.count()) / busy; }
-  std::string latency() const {
-    return duration(latencies.median()) + " / " + duration(latencies.percentile(99));
-  }
 };
 
-void measure(Table &table, const Kind &kind, const Transport &transport, size_t stations) {
-  const auto request = [&](size_t number) { return kind.request(number, stations); };
-  Side agent{transport.to_agent()};
-  const std::string reply = agent.client->exchange(request(0));
-  require_success(reply.c_str(), kind.matches(stations));
-  const EchoServer server = transport.echo(reply.size());
-  Side echo{transport.to_echo(server)};
-  for (size_t round = 0; round < rounds; ++round) {
-    agent.run_round(request);
-    echo.run_round(request);
-  }
-  require_success(agent.client->exchange(request(1)).c_str(), kind.matches(stations));
-  table.add({std::string(kind.name) + ", " + transport.name, grouped(static_cast<double>(stations)),
-             bytes(static_cast<double>(reply.size())), grouped(agent.per_second()),
-             grouped(echo.per_second()), with_decimals(echo.per_second() / agent.per_second(), 1),
-             agent.latency(), echo.latency()});
+// The agent's protocol on the local socket: a connection for each request.
+void ask_local(Side &side, const string &request) {
+  Connection connection(side.server, timeout);
+  connection.send(with_length(request));
+  side.reply.clear();
+  while (connection.receive(side.reply)) continue;
+  if (side.reply.empty()) throw std::runtime_error("no reply at the local socket");
 }
 
-void measure_all(Table &table, size_t stations) {
-  for (const Kind &kind : kinds)
-    for (const Transport &transport : transports) {
-      fprintf(stderr, "bench: measuring %s over %s with %zu instances\n", kind.name, transport.name,
-              stations);
-      measure(table, kind, transport, stations);
+// And over TCP: one connection for all requests.
+void ask_tcp(Side &side, const string &request) {
+  if (!side.connection) side.connection.emplace(side.server, timeout);
+  side.connection->send(request + terminator);
+  if (!side.connection->receive_message(terminator, side.received, side.reply))
+    throw std::runtime_error("the TCP connection has ended");
+}
+
+const struct Transport {
+  const char *name;
+  Endpoint agent, echo;
+  void (*ask)(Side &side, const string &request);
+  void (*serve_echo)(Connection &client, const string &reply);
+} transports[] = {
+    {"local socket", local_endpoint(lsql_socket), local_endpoint("vorn_bench_echo"), ask_local, echo_local},
+    {"TCP", tcp_endpoint(lsql_port), tcp_endpoint(0), ask_tcp, echo_tcp},
+};
+
+constexpr struct Kind {
+  const char *name;
+  string (*request)(size_t number, size_t stations);
+  bool matches_all;
+} kinds[] = {
+    {"select one by name", [](size_t i, size_t n) { return lsql(select_one(station_name(i % n))); }, false},
+    {"update one by name", [](size_t i, size_t n) { return lsql(update_one(station_name(i % n), i)); },
+     false},
+    {"select all", [](size_t, size_t) { return lsql(select_all()); }, true},
+};
+
+// ---- The measuring ----
+
+void run_round(Side &side, const Transport &transport, const Kind &kind, size_t stations) {
+  repeat_for(seconds_each_round, [&] {
+    const string request = kind.request(side.latencies.size(), stations);
+    add_time(side.latencies, wall_seconds, [&] { transport.ask(side, request); });
+  });
+}
+
+double per_second(const Samples &latencies) {
+  return static_cast<double>(latencies.size()) / std::accumulate(latencies.begin(), latencies.end(), 0.0);
+}
+
+string latency(const Samples &latencies) {
+  return duration(median(latencies)) + " / " + duration(percentile(latencies, 99));
+}
+
+void measure(const Kind &kind, const Transport &transport, size_t stations, Table &table) {
+  fprintf(stderr, "bench: measuring %s over %s with %zu instances\n", kind.name, transport.name, stations);
+  const size_t matches = kind.matches_all ? stations : 1;
+  Side agent{transport.agent}, echo{transport.echo};
+  transport.ask(agent, kind.request(0, stations));
+  require_success(agent.reply, matches);
+  const string reply = agent.reply;
+  const vorn::Descriptor listener = listen_at(echo.server);
+  const Child server([&]() noexcept {
+    while (true) {
+      Connection client{vorn::Descriptor(accept(listener.get(), nullptr, nullptr))};
+      transport.serve_echo(client, reply);
     }
+  });
+  for (size_t round = 0; round < rounds; ++round) {
+    run_round(agent, transport, kind, stations);
+    run_round(echo, transport, kind, stations);
+  }
+  transport.ask(agent, kind.request(1, stations));
+  require_success(agent.reply, matches);
+  const double ours = per_second(agent.latencies), theirs = per_second(echo.latencies);
+  table.push_back({string(kind.name) + ", " + transport.name, grouped(stations),
+                   bytes(static_cast<double>(reply.size())), grouped(ours), grouped(theirs),
+                   with_decimals(theirs / ours, 1), latency(agent.latencies), latency(echo.latencies)});
 }
 
-void measure_agent(const std::string &program, size_t stations, Table &requests, Table &memory) {
+void measure_agent(const string &program, size_t stations, Table &requests, Table &memory) {
   write_config(stations);
   fprintf(stderr, "bench: starting the agent with %zu instances; it answers after 5 seconds\n", stations);
-  const Agent agent(program);
-  const Memory started = memory_of(agent.pid());
-  measure_all(requests, stations);
-  const Memory worked = memory_of(agent.pid());
-  memory.add({grouped(static_cast<double>(stations)), bytes(started.resident), bytes(worked.resident),
-              bytes(worked.peak)});
+  const Child agent([&] { execute_agent(program); });
+  wait_until_the_agent_answers();
+  const double started = resident_memory(agent.pid);
+  for (const Kind &kind : kinds)
+    for (const Transport &transport : transports) measure(kind, transport, stations, requests);
+  memory.push_back(
+      {grouped(stations), bytes(started), bytes(resident_memory(agent.pid)), bytes(peak_memory(agent.pid))});
 }
 
-void measure_and_report(const std::string &program, const std::string &plugin) {
-  install_plugin(plugin);
-  Table requests({"request", "instances", "reply", "agent, req/s", "echo, req/s", "echo : agent",
-                  "agent, median / 99 %", "echo, median / 99 %"});
-  Table memory({"instances", "agent after start", "agent after all requests", "its peak"});
+void measure_and_report(const string &program, const string &plugin) {
+  constexpr char plugins[] = "/usr/lib/vorn/plugins";
+  std::filesystem::create_directories(plugins);
+  std::filesystem::copy(plugin, plugins, std::filesystem::copy_options::overwrite_existing);
+  Table requests{{"request", "instances", "reply", "agent, req/s", "echo, req/s", "echo : agent",
+                  "agent, median / 99 %", "echo, median / 99 %"}};
+  Table memory{{"instances", "agent after start", "agent after all requests", "its peak"}};
   for (const size_t stations : all_sizes) measure_agent(program, stations, requests, memory);
   puts("\n## Requests over the agent's sockets\n");
-  requests.print();
+  print(requests);
   puts(R"(
 One client, one request at a time; on the local socket each request has a connection of its own, on TCP all
 share one. The echo server does the same with its sockets, blocking and without an event loop, and answers
@@ -121,7 +221,7 @@ start, by design; no figure has these seconds in it.
 
 ## The agent's memory
 )");
-  memory.print();
+  print(memory);
   puts("\nResident (VmRSS) and peak (VmHWM).");
 }
 
@@ -132,12 +232,5 @@ int main(int argc, char **argv) {
     fputs("Usage: bench_sockets AGENT PLUGIN\n", stderr);
     return 2;
   }
-  try {
-    require_device();
-    measure_and_report(argv[1], argv[2]);
-    return 0;
-  } catch (const std::exception &error) {
-    fprintf(stderr, "bench: %s\n", error.what());
-    return 1;
-  }
+  return run_on_device([&] { measure_and_report(argv[1], argv[2]); });
 }

@@ -1,6 +1,7 @@
 #include "client.hpp"
 
 #include "commands.hpp"
+#include "exchange.hpp"
 #include "failure.hpp"
 
 namespace lsql {
@@ -12,7 +13,7 @@ struct Command {
   const char *name;
   const char *options; // the letters of those it takes
   const char *usage;
-  int (*run)(const Options &, const Surroundings &);
+  int (*run)(const Options &, const Context &);
 };
 
 constexpr Command commands[] = {
@@ -65,30 +66,39 @@ void refuse_foreign_options(const Command &command, const Options &options) {
                 std::string("-") + options.given[foreign] + " does not go with this command; try --help");
 }
 
-int run_command(const Options &options, const Surroundings &surroundings) {
+int run_command(const Options &options, const Context &context) {
   if (options.help) {
-    surroundings.out << help();
+    context.out << help();
     return EXIT_DONE;
   }
   if (options.version) {
-    surroundings.out << "lsql " LSQL_VERSION "\n";
+    context.out << "lsql " LSQL_VERSION "\n";
     return EXIT_DONE;
   }
   const Command &command = command_of(options);
   refuse_foreign_options(command, options);
-  return command.run(options, surroundings);
+  return command.run(options, context);
 }
 
 } // namespace
 
-int run_client(int argc, char *const argv[], const Surroundings &surroundings) {
+int run_client(int argc, char *const argv[], const Context &context) {
+  const auto report = [&](const std::exception &error, ExitStatus status) {
+    context.err << "lsql: " << error.what() << '\n';
+    return status;
+  };
   try {
-    const int status = run_command(parse_options(argc, argv), surroundings);
-    if (!surroundings.out.flush()) throw Failure(EXIT_REFUSED, "cannot write the output");
+    const int status = run_command(parse_options(argc, argv), context);
+    if (!context.out.flush()) throw Failure(EXIT_REFUSED, "cannot write the output");
     return status;
   } catch (const Failure &failure) {
-    surroundings.err << "lsql: " << failure.what() << '\n';
-    return failure.status();
+    return report(failure, failure.status());
+  } catch (const vorn::client::UnsendableRequest &error) {
+    return report(error, EXIT_USAGE);
+  } catch (const vorn::client::NoReply &error) {
+    return report(error, EXIT_REFUSED);
+  } catch (const vorn::client::Unreachable &error) {
+    return report(error, EXIT_UNREACHABLE);
   }
 }
 

@@ -1,4 +1,4 @@
-// The client as a whole, apart from the process that it runs in.
+// lsql as a whole, apart from the process that it runs in.
 #ifndef LSQL_CLIENT_HPP
 #define LSQL_CLIENT_HPP
 
@@ -9,19 +9,21 @@
 
 namespace lsql {
 
-// What the client talks to.
-struct Surroundings {
+using vorn::client::Endpoint;
+
+// The agent and the streams that a run works with.
+struct Context {
   Endpoint local;         // LSQL, one request a connection
   Endpoint tcp;           // LSQL, over TCP
   Endpoint notifications; // the agent's announcements of changes
-  Endpoint inform;        // word for the agent of what happened, one event a connection
+  Endpoint inform;        // events that the agent is told of, one a connection
   std::istream &in;
   std::ostream &out;
   std::ostream &err;
 };
 
 // Does what the command line asks for and returns the exit status. Failures are reported on `err`.
-int run_client(int argc, char *const argv[], const Surroundings &surroundings);
+int run_client(int argc, char *const argv[], const Context &context);
 
 } // namespace lsql
 

@@ -8,15 +8,15 @@
 namespace lsql {
 
 // Sends the request that the options name, and prints the reply.
-int send_request(const Options &options, const Surroundings &surroundings);
+int send_request(const Options &options, const Context &context);
 
 // Prints notifications as they come: until as many as asked for were printed or a signal asks to end, which
 // are both success, or until the agent closes the connection, which is EXIT_UNREACHABLE.
-int watch(const Options &options, const Surroundings &surroundings);
+int watch(const Options &options, const Context &context);
 
 // Tells the agent that something happened to the object that the operands name, and prints the answer.
 // EXIT_REFUSED when that is not "OK".
-int inform(const Options &options, const Surroundings &surroundings);
+int inform(const Options &options, const Context &context);
 
 } // namespace lsql
 

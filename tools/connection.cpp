@@ -1,7 +1,5 @@
 #include "connection.hpp"
 
-#include "failure.hpp"
-
 #include <arpa/inet.h>
 #include <cerrno>
 #include <cstring>
@@ -9,7 +7,7 @@
 #include <sys/time.h>
 #include <sys/un.h>
 
-namespace lsql {
+namespace vorn::client {
 
 namespace {
 
@@ -19,24 +17,24 @@ template <typename Address> Endpoint endpoint(const Address &address, std::strin
   return made;
 }
 
-Failure unreachable(const std::string &what, int error) {
-  return {EXIT_UNREACHABLE, what + ": " + std::strerror(error)};
+Unreachable unreachable(const std::string &what, int error) {
+  return Unreachable(what + ": " + std::strerror(error));
 }
 
-// The time-out of the socket: blocking calls then end with EAGAIN.
-void limit_waiting(int fd, std::chrono::milliseconds patience) {
+// Blocking calls then end with EAGAIN.
+void limit_waiting(int fd, std::chrono::milliseconds timeout) {
   timeval limit{};
-  limit.tv_sec = static_cast<time_t>(patience.count() / 1000);
-  limit.tv_usec = static_cast<suseconds_t>(patience.count() % 1000 * 1000);
+  limit.tv_sec = static_cast<time_t>(timeout.count() / 1000);
+  limit.tv_usec = static_cast<suseconds_t>(timeout.count() % 1000 * 1000);
   setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
   setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
 }
 
 bool closed_by_peer(int error) { return error == EPIPE || error == ECONNRESET; }
 
-// The failure for a send or a receive that ended with this error.
-Failure broken_off(int error) {
-  if (error == EAGAIN || error == EWOULDBLOCK) return {EXIT_UNREACHABLE, "the agent did not answer in time"};
+// What a send or a receive that ended with this error means.
+Unreachable broken_off(int error) {
+  if (error == EAGAIN || error == EWOULDBLOCK) return Unreachable("the agent did not answer in time");
   return unreachable("the connection failed", error);
 }
 
@@ -59,31 +57,32 @@ Endpoint tcp_endpoint(std::uint16_t port) {
   return endpoint(address, "TCP port " + std::to_string(port));
 }
 
-Connection::Connection(const Endpoint &to, std::chrono::milliseconds patience)
+Connection::Connection(const Endpoint &to, std::chrono::milliseconds timeout)
     : socket_(::socket(to.address.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-  if (socket_.get() < 0) throw unreachable("cannot make a socket", errno);
-  limit_waiting(socket_.get(), patience);
+  if (!socket_) throw unreachable("cannot make a socket", errno);
+  limit_waiting(socket_.get(), timeout);
   if (::connect(socket_.get(), reinterpret_cast<const sockaddr *>(&to.address), to.length) != 0)
     throw unreachable("cannot reach the agent (" + to.description + ")", errno);
 }
 
-void Connection::send(std::string_view data) {
+bool Connection::send(std::string_view data) {
   while (!data.empty()) {
     const ssize_t sent = ::send(socket_.get(), data.data(), data.size(), MSG_NOSIGNAL);
     if (sent >= 0) {
       data.remove_prefix(static_cast<std::size_t>(sent));
     } else if (closed_by_peer(errno)) {
-      return;
+      return false;
     } else if (errno != EINTR) {
       throw broken_off(errno);
     }
   }
+  return true;
 }
 
 void Connection::end_sending() noexcept { ::shutdown(socket_.get(), SHUT_WR); }
 
 bool Connection::receive(std::string &data) {
-  char buffer[16384];
+  char buffer[65536];
   ssize_t got = 0;
   do {
     got = ::recv(socket_.get(), buffer, sizeof buffer, 0);
@@ -94,4 +93,21 @@ bool Connection::receive(std::string &data) {
   return true;
 }
 
-} // namespace lsql
+bool Connection::receive_message(char end, std::string &data, std::string &message) {
+  for (std::size_t searched = 0; !take_message(end, data, message, searched);) {
+    searched = data.size();
+    if (!receive(data)) return false;
+  }
+  return true;
+}
+
+bool take_message(char end, std::string &data, std::string &message, std::size_t searched) {
+  const std::size_t length = data.find(end, searched);
+  if (length == std::string::npos) return false;
+  message.swap(data); // a large message is not copied
+  data.assign(message, length + 1);
+  message.resize(length);
+  return true;
+}
+
+} // namespace vorn::client

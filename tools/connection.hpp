@@ -1,18 +1,22 @@
 // A stream connection to one of the agent's sockets.
-#ifndef LSQL_CONNECTION_HPP
-#define LSQL_CONNECTION_HPP
+#ifndef VORN_CLIENT_CONNECTION_HPP
+#define VORN_CLIENT_CONNECTION_HPP
 
 #include "core/handles.hpp"
 
 #include <chrono>
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <sys/socket.h>
 
-namespace lsql {
+namespace vorn::client {
 
-using vorn::Descriptor;
+// There is no agent, or it does not answer in time.
+struct Unreachable : std::runtime_error {
+  using runtime_error::runtime_error;
+};
 
 // Where one of the agent's servers listens.
 struct Endpoint {
@@ -27,22 +31,29 @@ Endpoint local_endpoint(std::string_view name);
 // A TCP port on the loopback address.
 Endpoint tcp_endpoint(std::uint16_t port);
 
-// A connection that blocks, but never longer than its patience at a time.
+// A connection that blocks, but never longer than its timeout at a time.
 class Connection {
 public:
-  // Connects. Zero patience waits for ever. Throws Failure (EXIT_UNREACHABLE) when there is no agent.
-  Connection(const Endpoint &to, std::chrono::milliseconds patience);
+  // Connects. A timeout of zero waits for ever. Throws Unreachable when there is no agent.
+  Connection(const Endpoint &to, std::chrono::milliseconds timeout);
 
-  // Sends all of the data. Returns early when the agent has closed the connection: what it sent before that
-  // can still be read. Throws Failure (EXIT_UNREACHABLE) when the agent takes nothing for too long.
-  void send(std::string_view data);
+  // Takes over a socket that is connected, as one that a server has accepted is.
+  explicit Connection(Descriptor socket) noexcept : socket_(std::move(socket)) {}
 
-  // Tells the agent that nothing more will be sent.
+  // Sends all of the data. Returns false when the peer has closed the connection: what it sent before that
+  // can still be read. Throws Unreachable when the peer takes nothing for too long.
+  bool send(std::string_view data);
+
+  // Tells the peer that nothing more will be sent.
   void end_sending() noexcept;
 
-  // Waits for data and appends it. Returns false at the end of the stream. Throws Failure
-  // (EXIT_UNREACHABLE) when none came in time.
+  // Waits for data and appends it. Returns false at the end of the stream. Throws Unreachable when none came
+  // in time.
   bool receive(std::string &data);
+
+  // Waits until the data, to which it appends, holds a whole message, and takes that as take_message does.
+  // Returns false when the stream ends before; throws as receive does.
+  bool receive_message(char end, std::string &data, std::string &message);
 
   int descriptor() const noexcept { return socket_.get(); }
 
@@ -50,6 +61,10 @@ private:
   Descriptor socket_;
 };
 
-} // namespace lsql
+// Cuts the first message from the data, and drops the byte that ends it. Returns false when it is not whole
+// yet. The first `searched` bytes are known not to end one.
+bool take_message(char end, std::string &data, std::string &message, std::size_t searched = 0);
+
+} // namespace vorn::client
 
 #endif

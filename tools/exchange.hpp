@@ -1,32 +1,54 @@
-// One request and its reply, on one of the agent's servers.
-#ifndef LSQL_EXCHANGE_HPP
-#define LSQL_EXCHANGE_HPP
+// The agent's sockets: their names and ports, how requests and replies are framed on them, and one request
+// with its reply.
+#ifndef VORN_CLIENT_EXCHANGE_HPP
+#define VORN_CLIENT_EXCHANGE_HPP
 
 #include "connection.hpp"
 
 #include <chrono>
+#include <cstdint>
+#include <stdexcept>
 #include <string>
 
-namespace lsql {
+namespace vorn::client {
 
-// Sends the request to the local socket, its length before it, and returns the reply's bytes. The agent
-// marks the reply's end by closing the connection. Throws Failure: EXIT_UNREACHABLE when there is no agent
-// or it does not answer in time, EXIT_REFUSED when it closes without a reply, EXIT_USAGE when the length
-// cannot be expressed.
+inline constexpr char lsql_socket[] = "vorn_sock_lsql";     // one request a connection, its length in front
+inline constexpr char inform_socket[] = "vorn_sock_inform"; // likewise one event, version and length in front
+inline constexpr std::uint16_t lsql_port = 8002;   // many requests and replies, a terminator ends each
+inline constexpr std::uint16_t notify_port = 8001; // notifications, a NUL byte ends each
+inline constexpr char terminator = 0x13;
+inline constexpr std::uint32_t inform_version = 0;
+
+// The request cannot be framed. Nothing was sent.
+struct UnsendableRequest : std::runtime_error {
+  using runtime_error::runtime_error;
+};
+
+// The agent closed the connection without a whole reply.
+struct NoReply : std::runtime_error {
+  using runtime_error::runtime_error;
+};
+
+// A length or a version in front of a request.
+std::string length_prefix(std::uint32_t length);
+
+// The request with its length in front. Throws UnsendableRequest when the length cannot be expressed.
+std::string with_length(const std::string &request);
+
+// Sends the request to a local socket and returns the reply's bytes. The agent marks the reply's end by
+// closing the connection. Throws Unreachable, UnsendableRequest, or NoReply.
 std::string exchange_local(const Endpoint &agent, const std::string &request,
-                           std::chrono::milliseconds patience);
+                           std::chrono::milliseconds timeout);
 
-// Likewise over TCP, where a terminator byte ends the request and the reply; it is not part of the result.
-// A request that holds the terminator is an EXIT_USAGE failure, a reply without it EXIT_REFUSED.
+// Likewise over TCP. The terminator is not part of the result; a request may not hold it.
 std::string exchange_tcp(const Endpoint &agent, const std::string &request,
-                         std::chrono::milliseconds patience);
+                         std::chrono::milliseconds timeout);
 
-// Sends the body to the local socket that takes word of events, its form's version and its length before it.
-// Returns the one line of the answer without the newline. Throws Failure as exchange_local does, and
-// EXIT_REFUSED for a line that does not end.
+// Tells of an event. Returns the one line of the answer without the newline. Throws as exchange_local
+// does, and NoReply for a line that does not end.
 std::string exchange_inform(const Endpoint &agent, const std::string &body,
-                            std::chrono::milliseconds patience);
+                            std::chrono::milliseconds timeout);
 
-} // namespace lsql
+} // namespace vorn::client
 
 #endif

@@ -48,11 +48,11 @@ std::string body_of(const std::vector<std::string> &operands) {
 
 } // namespace
 
-int inform(const Options &options, const Surroundings &surroundings) {
-  const std::string answer = exchange_inform(surroundings.inform, body_of(options.operands), options.timeout);
-  surroundings.out << answer << '\n';
+int inform(const Options &options, const Context &context) {
+  const std::string answer = exchange_inform(context.inform, body_of(options.operands), options.timeout);
+  context.out << answer << '\n';
   if (answer == "OK") return EXIT_DONE;
-  if (!answer.starts_with("ERR")) surroundings.err << "lsql: the answer is not one that the agent gives\n";
+  if (!answer.starts_with("ERR")) context.err << "lsql: the answer is not one that the agent gives\n";
   return EXIT_REFUSED;
 }
 

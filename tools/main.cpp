@@ -1,5 +1,6 @@
 // lsql: sends LSQL requests to the agent on this host and watches its notifications.
 #include "client.hpp"
+#include "exchange.hpp"
 #include "failure.hpp"
 
 #include <cstdio>
@@ -8,14 +9,15 @@
 
 int main(int argc, char *argv[]) {
   try {
-    const lsql::Surroundings agent{lsql::local_endpoint("vorn_sock_lsql"),
-                                   lsql::tcp_endpoint(8002),
-                                   lsql::tcp_endpoint(8001),
-                                   lsql::local_endpoint("vorn_sock_inform"),
-                                   std::cin,
-                                   std::cout,
-                                   std::cerr};
-    return lsql::run_client(argc, argv, agent);
+    using namespace vorn::client;
+    const lsql::Context context{local_endpoint(lsql_socket),
+                                tcp_endpoint(lsql_port),
+                                tcp_endpoint(notify_port),
+                                local_endpoint(inform_socket),
+                                std::cin,
+                                std::cout,
+                                std::cerr};
+    return lsql::run_client(argc, argv, context);
   } catch (const std::exception &error) {
     std::fprintf(stderr, "lsql: %s\n", error.what());
   } catch (...) {

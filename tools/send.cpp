@@ -21,12 +21,12 @@ std::string request_text(const Options &options, std::istream &in) {
 
 } // namespace
 
-int send_request(const Options &options, const Surroundings &surroundings) {
-  const std::string request = request_text(options, surroundings.in);
-  const Reply reply(options.tcp ? exchange_tcp(surroundings.tcp, request, options.timeout)
-                                : exchange_local(surroundings.local, request, options.timeout));
-  surroundings.out << (options.raw ? reply.raw() : reply.indented());
-  if (!reply.usable()) surroundings.err << "lsql: the reply is not one that the agent gives\n";
+int send_request(const Options &options, const Context &context) {
+  const std::string request = request_text(options, context.in);
+  const Reply reply(options.tcp ? exchange_tcp(context.tcp, request, options.timeout)
+                                : exchange_local(context.local, request, options.timeout));
+  context.out << (options.raw ? reply.raw() : reply.indented());
+  if (!reply.usable()) context.err << "lsql: the reply is not one that the agent gives\n";
   return reply.verdict();
 }
 

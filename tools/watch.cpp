@@ -9,6 +9,8 @@
 
 namespace lsql {
 
+using vorn::client::Connection, vorn::client::take_message;
+
 namespace {
 
 // Takes the signals that ask to end as something to wait for, so that none is lost between looking and
@@ -43,7 +45,7 @@ private:
   void restore() noexcept { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
 
   sigset_t before_{};
-  Descriptor descriptor_;
+  vorn::Descriptor descriptor_;
 };
 
 // Waits until the connection has something. Returns false when a signal asks to end instead.
@@ -54,15 +56,6 @@ bool wait_for(const Connection &connection, const EndSignals &signals) {
   return ready[0].revents == 0;
 }
 
-// Cuts the first message, which ends with a NUL byte, from the data. Returns false when it is not whole yet.
-bool take_message(std::string &data, std::string &message) {
-  const std::size_t end = data.find('\0');
-  if (end == std::string::npos) return false;
-  message.assign(data, 0, end);
-  data.erase(0, end + 1);
-  return true;
-}
-
 void print(std::ostream &out, const std::string &message) {
   out << message << (message.ends_with('\n') ? "" : "\n") << std::flush;
   if (!out) throw Failure(EXIT_REFUSED, "cannot write the output");
@@ -70,9 +63,9 @@ void print(std::ostream &out, const std::string &message) {
 
 } // namespace
 
-int watch(const Options &options, const Surroundings &surroundings) {
+int watch(const Options &options, const Context &context) {
   if (options.operands.size() > 1) throw Failure(EXIT_USAGE, "watch takes no operand; try --help");
-  Connection connection(surroundings.notifications, options.timeout);
+  Connection connection(context.notifications, options.timeout);
   const EndSignals signals;
   connection.send("\n"); // the agent takes a client for a listener once it has sent something
 
@@ -81,8 +74,8 @@ int watch(const Options &options, const Surroundings &surroundings) {
   unsigned long printed = 0;
   while (wait_for(connection, signals)) {
     if (!connection.receive(data)) throw Failure(EXIT_UNREACHABLE, "the agent closed the connection");
-    while (take_message(data, message)) {
-      print(surroundings.out, message);
+    while (take_message('\0', data, message)) {
+      print(context.out, message);
       if (++printed == options.count) return EXIT_DONE;
     }
   }

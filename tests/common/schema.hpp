@@ -9,7 +9,6 @@
 #include <initializer_list>
 #include <string>
 #include <utility>
-#include <vector>
 
 namespace vorn::test {
 

@@ -52,7 +52,7 @@ TEST_F(Config, FilesThatAreNoneAreRefusedWithTheirReason) {
   };
   for (const auto &[text, message] : cases) {
     EXPECT_EQ(load(text), "not loaded") << text;
-    EXPECT_TRUE(log.take().ends_with(message)) << text; // behind what libxml2 itself says
+    EXPECT_TRUE(log.take().ends_with(message)) << text; // after what libxml2 itself says
   }
   EXPECT_EQ(vorn::open_config(testing::TempDir().c_str()), nullptr); // a directory
   EXPECT_EQ(vorn_config_get_running(), nullptr);

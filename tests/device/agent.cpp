@@ -1,15 +1,14 @@
 #include "device/agent.hpp"
 
-#include <arpa/inet.h>
+#include <chrono>
 #include <csignal>
-#include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <optional>
+#include <poll.h>
 #include <sstream>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <vector>
 
@@ -81,88 +80,57 @@ int Agent::descriptors() const {
 
 namespace {
 
-template <class Address> int connect_to(int family, const Address &address) {
-  Descriptor client(socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  const timeval limit = {20, 0};
-  setsockopt(client.get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-  setsockopt(client.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
+client::Connection connect_to(const client::Endpoint &agent) {
+  std::optional<client::Connection> connection;
   const auto try_once = [&] {
-    return connect(client.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
+    try {
+      connection.emplace(agent, std::chrono::seconds(20));
+    } catch (const client::Unreachable &) {
+    }
+    return connection.has_value();
   };
-  return eventually(try_once) ? client.release() : -1; // it may be booting
+  if (!eventually(try_once)) throw client::Unreachable("nobody listens at " + agent.description);
+  return *std::move(connection);
 }
 
 } // namespace
 
-Connection Connection::local(const char *name) {
-  sockaddr_un address = {};
-  address.sun_family = AF_UNIX;
-  strncpy(address.sun_path + 1, name, sizeof address.sun_path - 2);
-  return Connection(connect_to(AF_UNIX, address));
-}
+Connection::Connection(const client::Endpoint &agent) : client::Connection(connect_to(agent)) {}
 
-Connection Connection::tcp(int port) {
-  sockaddr_in address = {};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<uint16_t>(port));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  return Connection(connect_to(AF_INET, address));
-}
+Connection Connection::local(const char *name) { return Connection(client::local_endpoint(name)); }
 
-bool Connection::send(const std::string &bytes) const {
-  for (size_t sent = 0; sent < bytes.size();) {
-    const ssize_t count = ::send(socket_.get(), bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
-    if (count <= 0) return false;
-    sent += static_cast<size_t>(count);
-  }
-  return true;
-}
-
-void Connection::end_sending() const { shutdown(socket_.get(), SHUT_WR); }
+Connection Connection::tcp(int port) { return Connection(client::tcp_endpoint(static_cast<uint16_t>(port))); }
 
 std::string Connection::receive(int until) {
-  std::string text = std::exchange(unread_, {});
-  for (size_t searched = 0; !ended;) {
-    const size_t end = until < 0 ? std::string::npos : text.find(static_cast<char>(until), searched);
-    if (end != std::string::npos) {
-      unread_ = text.substr(end + 1);
-      text.resize(end + 1);
-      return text;
-    }
-    searched = text.size();
-    char buffer[65536];
-    const ssize_t count = recv(socket_.get(), buffer, sizeof buffer, 0);
-    if (count < 0 && errno == EAGAIN) {
-      ADD_FAILURE() << "nothing came for 20 seconds behind: " << text.substr(0, 1000);
-      return text;
-    }
-    ended = count <= 0;
-    if (count > 0) text.append(buffer, static_cast<size_t>(count));
+  std::string message;
+  try {
+    const char end = static_cast<char>(until);
+    if (until >= 0 && receive_message(end, unread_, message)) return message + end;
+    while (client::Connection::receive(unread_)) continue;
+    ended = true;
+  } catch (const client::Unreachable &error) {
+    ADD_FAILURE() << error.what() << ", after: " << unread_.substr(0, 1000);
   }
-  return text;
+  return std::exchange(unread_, {});
 }
 
 std::string Connection::receive_now() {
   usleep(100000);
-  char buffer[65536];
-  const ssize_t count = recv(socket_.get(), buffer, sizeof buffer, MSG_DONTWAIT);
-  return std::exchange(unread_, {}).append(buffer, count > 0 ? static_cast<size_t>(count) : 0);
-}
-
-std::string length_prefix(unsigned length) {
-  return std::string(reinterpret_cast<char *>(&length), sizeof length);
+  pollfd ready = {descriptor(), POLLIN, 0};
+  if (poll(&ready, 1, 0) > 0) client::Connection::receive(unread_);
+  return std::exchange(unread_, {});
 }
 
 std::string inform(const std::string &parameters) {
-  Connection client = Connection::local("vorn_sock_inform");
-  client.send(length_prefix(0) + length_prefix(static_cast<unsigned>(parameters.size())) + parameters);
-  return client.receive();
+  Connection connection = Connection::local(client::inform_socket);
+  connection.send(length_prefix(client::inform_version) + with_length(parameters));
+  return connection.receive();
 }
 
 std::string request(const std::string &text) {
-  Connection client = Connection::local();
-  client.send(length_prefix(static_cast<unsigned>(text.size())) + text);
-  return client.receive();
+  Connection connection = Connection::local();
+  connection.send(with_length(text));
+  return connection.receive();
 }
 
 std::string lsql(const std::string &operations) {

@@ -2,7 +2,7 @@
 #ifndef VORN_TESTS_DEVICE_AGENT_HPP
 #define VORN_TESTS_DEVICE_AGENT_HPP
 
-#include "core/handles.hpp"
+#include "exchange.hpp"
 #include <initializer_list>
 #include <string>
 #include <sys/types.h>
@@ -10,7 +10,7 @@
 namespace vorn::test {
 
 constexpr char config_path[] = "/etc/config/config.xml";
-constexpr char terminator = 0x13;
+using client::length_prefix, client::with_length, client::terminator;
 
 std::string read_file(const std::string &path);
 void write_file(const std::string &path, const std::string &text);
@@ -54,12 +54,10 @@ private:
 };
 
 // A connection, with a limit of 20 seconds on everything that it waits for.
-class Connection {
+class Connection : public client::Connection {
 public:
-  static Connection local(const char *name = "vorn_sock_lsql");
+  static Connection local(const char *name = client::lsql_socket);
   static Connection tcp(int port);
-  bool send(const std::string &bytes) const;
-  void end_sending() const;
   // Reads until the end of the stream or, where given, through a byte. `ended` tells whether the stream did.
   std::string receive(int until = -1);
   // Reads what comes within a tenth of a second.
@@ -67,13 +65,9 @@ public:
   bool ended = false;
 
 private:
-  explicit Connection(int fd) : socket_(fd) {}
-  Descriptor socket_;
-  std::string unread_; // received behind the byte that a call looked for
+  explicit Connection(const client::Endpoint &agent);
+  std::string unread_; // received after the byte that a call looked for
 };
-
-// A length prefix in the host's byte order.
-std::string length_prefix(unsigned length);
 
 // Sends parameters to the inform socket and returns the answer.
 std::string inform(const std::string &parameters);

@@ -24,7 +24,7 @@ string default_file(const string &length = "", const string &md5 = "") {
   EXPECT_EQ(system("md5sum < /tmp/body > /tmp/body.md5"), 0);
   return "Version: 1\nLength: " + (length.empty() ? std::to_string(body.size()) : length) +
          "\nMD5sum: " + (md5.empty() ? read_file("/tmp/body.md5").substr(0, 32) : md5) + "\n\n" + body +
-         "what is behind the body";
+         "what is after the body";
 }
 
 // Boots until the configuration has been loaded, and takes the power away. Returns what was logged.
@@ -152,7 +152,7 @@ TEST(Saving, ThatIsCutOffLeavesADeviceThatComesUp) {
     if (fell_back) lsql("<insert>" + radios + "</insert>");
     Connection client = Connection::local();
     const string update = "<lsql><update><system><host>second</host></system></update></lsql>";
-    client.send(length_prefix(static_cast<unsigned>(update.size())) + update);
+    client.send(with_length(update));
     const off_t whole = size_of(config_path);
     spin([&] { return size_of(config_path) != whole; }); // it is being written
     spin([&] { return size_of(config_path) > kept; });

@@ -65,7 +65,7 @@ TEST_F(Hostile, LengthsThatLie) {
       {length_prefix(0x7fffffff) + select_host, false},
       {length_prefix(1000) + select_host, true}, // what has come by the end of the stream is the request
       {length_prefix(1000) + select_host.substr(0, 30), false},
-      {length_prefix(static_cast<unsigned>(select_host.size())) + select_host + "more", true},
+      {with_length(select_host) + "more", true},
       {length_prefix(9) + select_host, false}, // the length counts
       {length_prefix(1000) + select_host + string(1, '\0') + "<lsql/>", true},
   };
@@ -133,7 +133,7 @@ TEST_F(Hostile, ClientsThatNeverTakeTheirReply) {
   std::vector<Connection> idle;
   for (int i = 0; i < 4; ++i) {
     idle.push_back(Connection::local());
-    idle.back().send(length_prefix(static_cast<unsigned>(all.size())) + all);
+    idle.back().send(with_length(all));
     idle.push_back(Connection::tcp(8002));
     idle.back().send(all + terminator + all + terminator);
   }
@@ -198,7 +198,7 @@ TEST_F(Hostile, SubscribersThatNeverRead) {
   lsql("<update><radio name=\"r1\"><mode>n</mode></radio></update>");
   string messages = deaf.receive_now();
   for (string more; !(more = deaf.receive_now()).empty();) messages += more;
-  const size_t whole = messages.rfind('\0') + 1; // behind it the stream may still be on its way
+  const size_t whole = messages.rfind('\0') + 1; // what comes after it may still be on its way
   size_t start = 0;
   for (size_t end; start < whole; start = end + 1) {
     end = messages.find('\0', start);
@@ -233,7 +233,7 @@ TEST_F(Hostile, RandomBytes) {
     Connection client = round % 3 == 0   ? Connection::local()
                         : round % 3 == 1 ? Connection::tcp(8002)
                                          : Connection::tcp(8001);
-    client.send(round % 3 == 0 ? length_prefix(static_cast<unsigned>(bytes.size())) + bytes : bytes);
+    client.send(round % 3 == 0 ? with_length(bytes) : bytes);
     if (random() % 2) client.end_sending();
   } // and gone, with whatever was to come
 }

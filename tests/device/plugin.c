@@ -1,5 +1,5 @@
 /* What the agent of the device tests manages: every kind of class, a provider that notes what it is asked to
- * do, and one behind it that saves the configuration. */
+ * do, and one after it that saves the configuration. */
 #include <signal.h>
 #include <stdio.h>
 #include <string.h>

@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 #include <iostream>
 #include <libxml/parser.h>
+#include <vector>
 
 namespace {
 

@@ -140,7 +140,7 @@ TEST_F(Classes, ReportWhatIsWrongWithEachInBothPasses) {
     expected += reason + ("vorn: Class \"" + std::string(name) + "\" is invalid.\n");
   EXPECT_EQ(log.take(), expected);
   EXPECT_EQ(vorn_class_get_property(transient, "follows")->persistence, 0);
-  EXPECT_EQ(vorn_class_get_property(transient, "open")->persistence, -1); // behind the one that failed
+  EXPECT_EQ(vorn_class_get_property(transient, "open")->persistence, -1); // after the one that failed
 }
 
 } // namespace

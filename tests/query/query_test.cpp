@@ -89,7 +89,7 @@ TEST_F(Query, OperationsThatAreNoneAreRefusedOrPassedOver) {
       {"<select/>", "<error>Incomplete lsql request." + failed},
       {"<![CDATA[x]]>", "<error>Invalid operation \"(null)\"." + failed},
       {"<select><![CDATA[x]]></select>", "<error>No class name." + failed},
-      {server + " " + server, empty + empty}, // blank text behind an operation
+      {server + " " + server, empty + empty}, // blank text after an operation
       {server + "<where><and/></where><select/>", empty + "<error>Incomplete lsql request." + failed},
       {"<select>", "none"},
   };

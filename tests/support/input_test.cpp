@@ -15,7 +15,7 @@ using namespace std::string_literals;
 using Set = std::unique_ptr<vorn_input_set, vorn::Closer<vorn_input_free_set>>;
 using Numbers = std::vector<int32_t>;
 
-// Calls a check with the value in memory of exactly its size, where a sanitizer sees what is read behind it.
+// Calls a check with the value in memory of exactly its size, where a sanitizer sees what is read after it.
 template <class Check, class... More> int check(Check function, const std::string &value, More... more) {
   const std::unique_ptr<char[]> exact(new char[value.size()]);
   memcpy(exact.get(), value.data(), value.size());

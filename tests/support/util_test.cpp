@@ -66,11 +66,11 @@ TEST_F(Utilities, EveryLineOfATableIsAnUpdate) {
     string radios;
   } cases[] = {
       {"r 5 x 6\n", by_name, 0, "6 5 2 1 "},
-      {"r 5 all behind the columns\ns 7 \n", plain, 0, "1 5 2 7 "},
+      {"r 5 all after the columns\ns 7 \n", plain, 0, "1 5 2 7 "},
       {"r \"a b\" \"\" 2\n", by_name, 0, "2 a b 2 1 "},
       {"s \"to the end", plain, 4, "1 1 2 to the end "},
       {"s  x 4\n", by_name, 0, "1 1 4  "},       // two blanks are an empty field
-      {"s \"5\"x\nr 7\n", plain, 4, "1 1 2 5 "}, // what stands behind a quoted field ends the text
+      {"s \"5\"x\nr 7\n", plain, 4, "1 1 2 5 "}, // what comes after a quoted field ends the text
       {" 5\nr 6\n", plain, 0, "1 6 2 1 "},       // the empty name is nobody's
       {"\nr 5\n", plain, 0, "1 1 2 1 "},         // a line without values ends it
       {"1 1 8\n2 2 9\n", by_two, 0, "1 8 2 1 "},

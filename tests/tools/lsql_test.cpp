@@ -1,23 +1,22 @@
 #include "client.hpp"
+#include "exchange.hpp"
 
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <future>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <linux/sockios.h>
-#include <netinet/in.h>
 #include <pthread.h>
 #include <sched.h>
 #include <sstream>
 #include <sys/ioctl.h>
-#include <sys/un.h>
 #include <thread>
 #include <unistd.h>
 
 using namespace lsql;
+using namespace vorn::client;
 using namespace std::string_literals;
 
 namespace {
@@ -26,16 +25,11 @@ enum Transport { local, tcp, events };
 
 /// Listens as the agent does, on an address of the test's own; returns the descriptor.
 int listen_as_agent(Transport transport, Endpoint &endpoint) {
-  sockaddr_un name{AF_UNIX, ""};
-  std::snprintf(name.sun_path + 1, sizeof name.sun_path - 1, "lsql_test.%d", getpid());
-  sockaddr_in port{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
-  auto *address =
-      transport != tcp ? reinterpret_cast<sockaddr *>(&name) : reinterpret_cast<sockaddr *>(&port);
-  socklen_t length = transport != tcp ? sizeof name : sizeof port;
+  endpoint = transport != tcp ? local_endpoint("lsql_test." + std::to_string(getpid())) : tcp_endpoint(0);
+  auto *address = reinterpret_cast<sockaddr *>(&endpoint.address);
   const int listener = ::socket(address->sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (::bind(listener, address, length) != 0 || ::listen(listener, 5) != 0) std::abort();
-  ::getsockname(listener, address, &length);
-  endpoint = transport != tcp ? local_endpoint(name.sun_path + 1) : tcp_endpoint(ntohs(port.sin_port));
+  if (::bind(listener, address, endpoint.length) != 0 || ::listen(listener, 5) != 0) std::abort();
+  ::getsockname(listener, address, &endpoint.length); // the port that the system has chosen
   return listener;
 }
 
@@ -103,7 +97,11 @@ Outcome ask(Transport transport, const std::string &reply, std::vector<std::stri
   const auto talk = [&](int client, std::future<void>) {
     const std::string request = read_from(client, transport);
     if (arrived != nullptr) *arrived = request;
-    if (!reply.empty()) send_packet(client, transport == tcp ? reply + '\x13' : reply);
+    const std::string bytes = transport == tcp ? reply + '\x13' : reply;
+    if (!reply.empty()) {
+      send_packet(client, bytes.substr(0, bytes.size() - 1));
+      send_packet(client, bytes.substr(bytes.size() - 1)); // what ends a reply may come alone
+    }
     char c = 0;
     while (transport == tcp && ::recv(client, &c, 1, 0) > 0) continue; // open until the client ends its side
   };
