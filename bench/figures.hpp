@@ -1,6 +1,5 @@
 // What all figures are made with: clocks, samples, a process's memory, and tables to print.
-#ifndef VORN_BENCH_FIGURES_HPP
-#define VORN_BENCH_FIGURES_HPP
+#pragma once
 
 #include <functional>
 #include <string>
@@ -59,5 +58,3 @@ std::string with_decimals(double number, int decimals);
 std::string against_aim(double number, double aim);
 
 } // namespace bench
-
-#endif

@@ -4,7 +4,6 @@
 #include "figures.hpp"
 #include "plugins/vorn.h"
 #include "station.hpp"
-
 #include <cstdio>
 #include <iterator>
 #include <libxml/parser.h>

@@ -3,7 +3,6 @@
 #include "exchange.hpp"
 #include "figures.hpp"
 #include "station.hpp"
-
 #include <cerrno>
 #include <chrono>
 #include <csignal>

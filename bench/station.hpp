@@ -1,6 +1,5 @@
 // The class that all figures are taken with, believable instances of it, and the requests that are measured.
-#ifndef VORN_BENCH_STATION_HPP
-#define VORN_BENCH_STATION_HPP
+#pragma once
 
 #include <array>
 #include <cstddef>
@@ -47,5 +46,3 @@ std::string delete_one(const std::string &name);
 void require_success(const std::string &reply, size_t instances);
 
 } // namespace bench
-
-#endif

@@ -1,9 +1,7 @@
 // lsql as a whole, apart from the process that it runs in.
-#ifndef LSQL_CLIENT_HPP
-#define LSQL_CLIENT_HPP
+#pragma once
 
 #include "connection.hpp"
-
 #include <istream>
 #include <ostream>
 
@@ -26,5 +24,3 @@ struct Context {
 int run_client(int argc, char *const argv[], const Context &context);
 
 } // namespace lsql
-
-#endif

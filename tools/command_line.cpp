@@ -1,7 +1,6 @@
 #include "command_line.hpp"
 
 #include "failure.hpp"
-
 #include <charconv>
 #include <cmath>
 #include <cstdlib>

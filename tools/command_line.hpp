@@ -1,6 +1,5 @@
 // The options of the command line.
-#ifndef LSQL_COMMAND_LINE_HPP
-#define LSQL_COMMAND_LINE_HPP
+#pragma once
 
 #include <chrono>
 #include <optional>
@@ -30,5 +29,3 @@ Options parse_options(int argc, char *const argv[]);
 std::string options_help();
 
 } // namespace lsql
-
-#endif

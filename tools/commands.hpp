@@ -1,6 +1,5 @@
 // The things that the client can be asked to do. Each returns the exit status or throws Failure.
-#ifndef LSQL_COMMANDS_HPP
-#define LSQL_COMMANDS_HPP
+#pragma once
 
 #include "client.hpp"
 #include "command_line.hpp"
@@ -19,5 +18,3 @@ int watch(const Options &options, const Context &context);
 int inform(const Options &options, const Context &context);
 
 } // namespace lsql
-
-#endif

@@ -1,9 +1,7 @@
 // A stream connection to one of the agent's sockets.
-#ifndef VORN_CLIENT_CONNECTION_HPP
-#define VORN_CLIENT_CONNECTION_HPP
+#pragma once
 
 #include "core/handles.hpp"
-
 #include <chrono>
 #include <cstdint>
 #include <stdexcept>
@@ -66,5 +64,3 @@ private:
 bool take_message(char end, std::string &data, std::string &message, std::size_t searched = 0);
 
 } // namespace vorn::client
-
-#endif

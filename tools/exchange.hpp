@@ -1,10 +1,8 @@
 // The agent's sockets: their names and ports, how requests and replies are framed on them, and one request
 // with its reply.
-#ifndef VORN_CLIENT_EXCHANGE_HPP
-#define VORN_CLIENT_EXCHANGE_HPP
+#pragma once
 
 #include "connection.hpp"
-
 #include <chrono>
 #include <cstdint>
 #include <stdexcept>
@@ -50,5 +48,3 @@ std::string exchange_inform(const Endpoint &agent, const std::string &body,
                             std::chrono::milliseconds timeout);
 
 } // namespace vorn::client
-
-#endif

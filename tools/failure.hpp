@@ -1,6 +1,5 @@
 // How a run of the client ends: its exit statuses, and the exception that carries one with its message.
-#ifndef LSQL_FAILURE_HPP
-#define LSQL_FAILURE_HPP
+#pragma once
 
 #include <stdexcept>
 #include <string>
@@ -25,5 +24,3 @@ private:
 };
 
 } // namespace lsql
-
-#endif

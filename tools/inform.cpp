@@ -1,7 +1,6 @@
 #include "commands.hpp"
 #include "exchange.hpp"
 #include "failure.hpp"
-
 #include <set>
 #include <string_view>
 

@@ -1,9 +1,7 @@
 // Documents and their layout: the blank text and the comments that people put between elements.
-#ifndef LSQL_LAYOUT_HPP
-#define LSQL_LAYOUT_HPP
+#pragma once
 
 #include "xml/handles.hpp"
-
 #include <string>
 
 namespace lsql {
@@ -29,5 +27,3 @@ bool drop_layout(xmlDoc *document, Layout what);
 std::string xml_text(xmlDoc *document, bool indented);
 
 } // namespace lsql
-
-#endif

@@ -2,7 +2,6 @@
 #include "client.hpp"
 #include "exchange.hpp"
 #include "failure.hpp"
-
 #include <cstdio>
 #include <exception>
 #include <iostream>

@@ -1,7 +1,6 @@
 #include "reply.hpp"
 
 #include "layout.hpp"
-
 #include <utility>
 
 namespace lsql {

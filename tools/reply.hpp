@@ -1,10 +1,8 @@
 // What the agent answered: how it is shown and what it means for the exit status.
-#ifndef LSQL_REPLY_HPP
-#define LSQL_REPLY_HPP
+#pragma once
 
 #include "failure.hpp"
 #include "layout.hpp"
-
 #include <string>
 
 namespace lsql {
@@ -32,5 +30,3 @@ private:
 };
 
 } // namespace lsql
-
-#endif

@@ -2,7 +2,6 @@
 
 #include "failure.hpp"
 #include "layout.hpp"
-
 #include <cerrno>
 #include <cstring>
 #include <fstream>

@@ -1,6 +1,5 @@
 // The text of a request: where it comes from, and what is taken out of it before it is sent.
-#ifndef LSQL_REQUEST_HPP
-#define LSQL_REQUEST_HPP
+#pragma once
 
 #include <istream>
 #include <string>
@@ -16,5 +15,3 @@ std::string read_request(const std::string &file, std::istream &in);
 std::string compact_request(const std::string &text);
 
 } // namespace lsql
-
-#endif

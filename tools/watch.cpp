@@ -1,6 +1,5 @@
 #include "commands.hpp"
 #include "failure.hpp"
-
 #include <cerrno>
 #include <csignal>
 #include <cstring>

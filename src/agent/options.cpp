@@ -49,20 +49,11 @@ Options parse_options(int argc, char **argv) {
   Options options = {vorn_debug_get(), false};
   for (int letter; (letter = getopt(argc, argv, "dhfne")) != -1;) {
     switch (letter) {
-    case 'd':
-      raise_debug_level(options);
-      break;
-    case 'f':
-      options.foreground = true;
-      break;
-    case 'n':
-      disable_actions();
-      break;
-    case 'e':
-      vorn_debug_set_exit_on_fatal(1);
-      break;
-    default:
-      exit_with_usage();
+    case 'd': raise_debug_level(options); break;
+    case 'f': options.foreground = true; break;
+    case 'n': disable_actions(); break;
+    case 'e': vorn_debug_set_exit_on_fatal(1); break;
+    default: exit_with_usage();
     }
   }
   if (optind < argc) exit_with_usage();

@@ -21,12 +21,8 @@ int instance_changed(vorn_instance *instance, const char *property_name, void *d
 int instances_changed(vorn_instance *instance, int event, void *data) {
   for (auto *changes = static_cast<vorn_changes *>(data); changes; changes = changes->outer) {
     switch (event) {
-    case VORN_INSTANCES_ADDED:
-      vorn_changes_instance_inserted(changes, instance);
-      break;
-    case VORN_INSTANCES_REMOVED:
-      vorn_changes_instance_deleted(changes, instance);
-      break;
+    case VORN_INSTANCES_ADDED: vorn_changes_instance_inserted(changes, instance); break;
+    case VORN_INSTANCES_REMOVED: vorn_changes_instance_deleted(changes, instance); break;
     default:
       vorn_debug_eprintf("instances_changed() for vorn_changes: Unidentified action request.\n");
       return 1;

@@ -24,16 +24,7 @@ struct ClassRequest {
   KeyedTable<InstanceRequest> named{8}; // by instance name
   std::optional<InstanceRequest> every{};
 
-  // The request of a name, or of every instance for null; null when there is none.
-  InstanceRequest *find(const char *instance_name) {
-    if (!instance_name) return every ? &*every : nullptr;
-    auto *entry = named.find(instance_name);
-    return entry ? &entry->value : nullptr;
-  }
-  const InstanceRequest *find(const char *instance_name) const {
-    return const_cast<ClassRequest *>(this)->find(instance_name);
-  }
-
+  // The request of a name, or of every instance for null.
   InstanceRequest &find_or_add(const char *instance_name) {
     if (!instance_name) return every ? *every : every.emplace();
     return named.find_or_insert(instance_name)->value;
@@ -85,8 +76,8 @@ const ClassRequest *request_for(const vorn_refresh_info *info, const vorn_instan
 
 // The request of the instance's own name, or null.
 const InstanceRequest *named_request(const ClassRequest &request, const vorn_instance &instance) {
-  const char *name = instance.name.get();
-  return name ? request.find(name) : nullptr;
+  const auto *entry = instance.name.get() ? request.named.find(instance.name.get()) : nullptr;
+  return entry ? &entry->value : nullptr;
 }
 
 } // namespace
@@ -107,7 +98,7 @@ int vorn_refresh_info_add_instance(vorn_refresh_info *info, const char *class_na
 int vorn_refresh_info_add_all_properties(vorn_refresh_info *info, const char *class_name,
                                          const char *instance_name) noexcept {
   if (vorn_refresh_info_add_instance(info, class_name, instance_name) != 0) return 1;
-  info->classes.find(class_name)->value.find(instance_name)->all_properties = true;
+  info->classes.find(class_name)->value.find_or_add(instance_name).all_properties = true;
   return 0;
 }
 
@@ -116,7 +107,7 @@ int vorn_refresh_info_add_property(vorn_refresh_info *info, const char *class_na
   if (!property_name || vorn_refresh_info_add_instance(info, class_name, instance_name) != 0) return 1;
   ClassRequest &cls = info->classes.find(class_name)->value;
   if (cls.every && cls.every->all_properties) return 0;
-  InstanceRequest &request = *cls.find(instance_name);
+  InstanceRequest &request = cls.find_or_add(instance_name);
   if (request.all_properties) return 0;
   return guarded(1, [&] {
     request.properties.insert(property_name);

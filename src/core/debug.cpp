@@ -1,12 +1,9 @@
 #include "core/debug.hpp"
 
-#include "core/guard.hpp"
 #include <cerrno>
-#include <cstdarg>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <string>
 
 extern const int VORN_DEBUG_MAX = 6;
 int vorn_debug_override = 0;
@@ -98,36 +95,21 @@ void vorn_debug_fatal(const char *text) noexcept {
   exit_or_continue();
 }
 
+// As perror(3) writes it.
 void vorn_debug_perror(const char *text) noexcept {
   const int error = errno;
-  const char *bare = vorn::or_null(text);
-  const bool reported = vorn::guarded(false, [&] {
-    std::string message = prefix;
-    if (timestamp) message.append("[").append(local_time().text).append("] ");
-    message += bare;
-    errno = error;
-    perror(message.c_str());
-    return true;
-  });
-  if (!reported) {
-    errno = error;
-    perror(bare);
-  }
+  fputs(prefix, stderr);
+  if (timestamp) fprintf(stderr, "[%s] ", local_time().text);
+  fprintf(stderr, "%s: %s\n", vorn::or_null(text), strerror(error));
+  errno = error;
 }
 
 void vorn_debug_fatal_perror(const char *text) noexcept {
   const int error = errno;
-  const char *bare = vorn::or_null(text);
-  const bool reported = vorn::guarded(false, [&] {
-    const std::string message = std::string("Fatal error: ") + bare;
-    errno = error;
-    vorn_debug_perror(message.c_str());
-    return true;
-  });
-  if (!reported) {
-    errno = error;
-    vorn_debug_perror(bare);
-  }
+  char message[512];
+  snprintf(message, sizeof message, "Fatal error: %s", vorn::or_null(text));
+  errno = error;
+  vorn_debug_perror(message);
   exit_or_continue();
 }
 

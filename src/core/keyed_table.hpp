@@ -70,12 +70,9 @@ public:
   public:
     Iterator() noexcept = default;
     bool has_next() const noexcept { return next_ != end_; }
-    // The entry to come, or null at the end.
-    Entry *peek() const noexcept { return has_next() ? static_cast<Entry *>(next_) : nullptr; }
+    // The next entry, or null at the end.
     Entry *next() noexcept {
-      Entry *entry = peek();
-      if (entry) next_ = next_->next;
-      return entry;
+      return has_next() ? static_cast<Entry *>(std::exchange(next_, next_->next)) : nullptr;
     }
 
   private:

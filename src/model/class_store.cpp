@@ -162,16 +162,11 @@ void StoreCursor::skip_to_group() noexcept {
 
 std::unique_ptr<ClassStore> ClassStore::make(const vorn_class &cls) {
   switch (cls.type) {
-  case VORN_CLASS_SINGLETON:
-    return std::make_unique<SingletonStore>(cls);
-  case VORN_CLASS_ANONYMOUS:
-    return std::make_unique<AnonymousStore>(cls);
-  case VORN_CLASS_UNIQUE_NAMED:
-    return std::make_unique<UniqueNamedStore>(cls);
-  case VORN_CLASS_GROUP_NAMED:
-    return std::make_unique<GroupNamedStore>(cls);
-  default:
-    return nullptr;
+  case VORN_CLASS_SINGLETON: return std::make_unique<SingletonStore>(cls);
+  case VORN_CLASS_ANONYMOUS: return std::make_unique<AnonymousStore>(cls);
+  case VORN_CLASS_UNIQUE_NAMED: return std::make_unique<UniqueNamedStore>(cls);
+  case VORN_CLASS_GROUP_NAMED: return std::make_unique<GroupNamedStore>(cls);
+  default: return nullptr;
   }
 }
 

@@ -126,15 +126,9 @@ void LocalServer::client_is_readable(int, void *client_data, void *) {
     vorn_debug_fatal("malloc");
   }
   switch (progress) {
-  case Progress::wait:
-    client.server.restart_timeout(client);
-    break;
-  case Progress::answer:
-    client.server.reply(client);
-    break;
-  case Progress::give_up:
-    client.server.drop(client);
-    break;
+  case Progress::wait: client.server.restart_timeout(client); break;
+  case Progress::answer: client.server.reply(client); break;
+  case Progress::give_up: client.server.drop(client); break;
   }
 }
 

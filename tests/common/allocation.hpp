@@ -1,6 +1,5 @@
 // Lets operator new fail when a test wants it to.
-#ifndef VORN_TESTS_ALLOCATION_HPP
-#define VORN_TESTS_ALLOCATION_HPP
+#pragma once
 
 #include <cstddef>
 
@@ -27,5 +26,3 @@ template <class Attempt, class Check> int fail_each_allocation(Attempt attempt, 
 }
 
 } // namespace vorn::test
-
-#endif

@@ -1,6 +1,5 @@
 // Captures what a test's code logs.
-#ifndef VORN_TESTS_LOG_HPP
-#define VORN_TESTS_LOG_HPP
+#pragma once
 
 #include <cstdio>
 #include <string>
@@ -56,5 +55,3 @@ template <class Print, class... Things> std::string printed(Print print, Things.
 }
 
 } // namespace vorn::test
-
-#endif

@@ -1,6 +1,5 @@
 // Classes and instances for tests, in a line each.
-#ifndef VORN_TESTS_SCHEMA_HPP
-#define VORN_TESTS_SCHEMA_HPP
+#pragma once
 
 #include "model/classes.h"
 #include "model/instance.hpp"
@@ -89,5 +88,3 @@ inline std::string all_names(const vorn_instances *instances) {
 }
 
 } // namespace vorn::test
-
-#endif

@@ -1,6 +1,5 @@
 // The agent under test, on the private device root that the tests run in, and its clients.
-#ifndef VORN_TESTS_DEVICE_AGENT_HPP
-#define VORN_TESTS_DEVICE_AGENT_HPP
+#pragma once
 
 #include "exchange.hpp"
 #include <initializer_list>
@@ -78,5 +77,3 @@ std::string request(const std::string &text);
 std::string lsql(const std::string &operations);
 
 } // namespace vorn::test
-
-#endif
