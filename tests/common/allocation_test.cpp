@@ -12,8 +12,8 @@
 #include "core/outbox.hpp"
 #include "process/command.h"
 #include "process/service.h"
-#include "servers/inform.hpp"
 #include "query/query.h"
+#include "servers/inform.hpp"
 #include "support/input.h"
 #include "support/password.h"
 

@@ -1,7 +1,7 @@
 #include "common/log.hpp"
-#include "process/reboot.h"
 #include "core/debug.h"
 #include "process/command.h"
+#include "process/reboot.h"
 #include "process/service.h"
 
 #include <csignal>
