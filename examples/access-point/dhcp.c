@@ -34,7 +34,7 @@ static int is_domain(const char *value) {
 static int is_list_of_ipv4(const char *value) {
   char list[LONGEST_LIST], *rest = NULL;
   if (!made_of(value, 0, LONGEST_LIST - 1, DIGITS "..  ")) return 0;
-  strcpy(list, value);
+  snprintf(list, sizeof list, "%s", value);
   for (char *word = strtok_r(list, " ", &rest); word != NULL; word = strtok_r(NULL, " ", &rest))
     if (!is_ipv4(word)) return 0;
   return 1;

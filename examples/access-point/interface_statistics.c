@@ -18,7 +18,8 @@ static int read_uevents(void *keys, char *buf, int size) {
 static void squeeze(char *line) {
   char *out = line;
   for (const char *in = line + strspn(line, " "); *in != '\0'; in++) {
-    char c = *in == ':' ? ' ' : *in;
+    char c = *in;
+    if (c == ':') c = ' ';
     if (c != ' ' || (out > line && out[-1] != ' ')) *out++ = c;
   }
   *out = '\0';
