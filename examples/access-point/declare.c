@@ -6,13 +6,13 @@
 int plugin_is_accepted(void) {
   vorn_plugin *plugin = vorn_plugin_new(VORN_PLUGIN_VERSION);
   if (plugin == NULL) return 0;
-  /* The record only tells a plugin the name of its file, which none of these needs. */
+  /* The record only tells a plugin the name of its file, which these plugins do not need. */
   free(plugin->name);
   free(plugin);
   return 1;
 }
 
-/* The setters fail for null only, so their results tell nothing here. */
+/* The setters fail for null only, so their results need no check here. */
 static vorn_property *new_property(const struct property_row *row) {
   vorn_property *property = vorn_property_new(row->name);
   if (property == NULL) return NULL;
@@ -37,8 +37,8 @@ static int add_properties(vorn_class *cls, const struct property_row *rows) {
   return 0;
 }
 
-/* An insert may name the subclass itself as well as the abstract class; either way the identifier must tell
- * the truth, since the next start finds the subclass by it. */
+/* An insert may name the abstract class or the subclass itself. Either way the identifier must be right,
+ * since the next start finds the subclass by it. */
 static int names_own_class(vorn_instance *instance, const char *value) {
   return strcmp(value, vorn_class_get_name(vorn_instance_get_class(instance))) == 0;
 }
@@ -65,7 +65,7 @@ static int fill_class(vorn_class *cls, const struct class_row *row) {
 
 int declare_class(const struct class_row *row) {
   vorn_class *cls = vorn_class_new(row->name);
-  /* A class cannot be given back: one that fails here is lost, once, with the reason in the log. */
+  /* There is no function that frees a class: a failure here leaks it, once, with the reason in the log. */
   if (cls != NULL && fill_class(cls, row) == 0 && vorn_classes_add(cls) == 0) return 0;
   vorn_debug_eprintf("Class \"%s\" cannot be declared.\n", row->name);
   return 1;

@@ -1,5 +1,5 @@
 /* Tables instead of calls: a plugin lists its classes and properties, and these functions declare them to the
- * agent. All return 0, or 1 with the reason logged. */
+ * agent. They return 0, or 1 with the reason logged. */
 #ifndef ACCESS_POINT_DECLARE_H
 #define ACCESS_POINT_DECLARE_H
 
@@ -9,8 +9,8 @@
 enum use {
   SETTING,  /* clients write it, the configuration file keeps it */
   REQUIRED, /* as above, and no instance is without it */
-  FIXED,    /* given when the instance is inserted, never changed afterwards, kept in the file */
-  LIVE      /* read from the system: clients only read it, the file does not have it */
+  FIXED,    /* set when the instance is inserted and never changed after that, kept in the file */
+  LIVE      /* read from the system: clients only read it, and it is not in the file */
 };
 
 struct property_row {
@@ -25,9 +25,9 @@ struct class_row {
   unsigned type;          /* VORN_CLASS_* */
   const char *superclass; /* null: none */
   const char *identifier; /* names the subclass identifier of an abstract class, else null */
-  vorn_class_instance_validate_fn is_instance_valid; /* null: every instance is good */
+  vorn_class_instance_validate_fn is_instance_valid; /* null: every instance is valid */
   const struct property_row *properties;             /* ended by a row without a name */
-  vorn_util_txt_table **tables;                      /* their columns are live properties too; null: none */
+  vorn_util_txt_table **tables;                      /* their columns are live properties, too; null: none */
 };
 
 struct provider_row {
@@ -38,8 +38,8 @@ struct provider_row {
   void *refresh_data; /* the refresher, where that function is vorn_refresher_fn */
 };
 
-/* Asks the agent whether it knows this version of the interface; a plugin that gets 0 must declare nothing.
- */
+/* Returns 1 when the agent supports the version of the interface that this plugin was compiled for, else 0.
+ * Then the plugin must declare nothing. */
 int plugin_is_accepted(void);
 
 int declare_class(const struct class_row *row);

@@ -1,5 +1,5 @@
-/* The plugin of the DHCP servers, one for each interface whose clients get their addresses and their DNS from
- * this device. One daemon serves them all. */
+/* The plugin of the DHCP servers, one for each interface whose clients get addresses and DNS from this
+ * device. One daemon serves them all. */
 #include "dhcp.h"
 #include "commits.h"
 #include "declare.h"
@@ -8,10 +8,10 @@
 #include <arpa/inet.h>
 #include <string.h>
 
-enum { LEAST_LEASE = 120, GREATEST_LEASE = 7 * 24 * 3600 }; /* in seconds; the daemon takes no less */
+enum { LEAST_LEASE = 120, GREATEST_LEASE = 7 * 24 * 3600 }; /* in seconds; the daemon accepts no less */
 enum { LONGEST_RANGE = 2 * INET_ADDRSTRLEN, LONGEST_LIST = 4 * INET_ADDRSTRLEN };
 
-/* "FIRST-LAST". One property has both, so that no update can bring the two out of order. */
+/* "FIRST-LAST". It is one property, so that no update can set a first address above the last one. */
 static int is_range(const char *value) {
   char first[LONGEST_RANGE];
   struct in_addr low, high;
@@ -24,23 +24,23 @@ static int is_range(const char *value) {
 
 static int is_lease_time(const char *value) { return in_range(value, LEAST_LEASE, GREATEST_LEASE); }
 
-/* Without the dot of the root. */
+/* Without the final dot, which stands for the root. */
 static int is_domain(const char *value) {
   size_t length = strlen(value);
   return vorn_input_is_domain_name(value, (int)length) && value[length - 1] != '.';
 }
 
-/* Addresses with blanks between, or none. */
+/* Addresses separated by blanks; it may be empty. */
 static int is_list_of_ipv4(const char *value) {
   char list[LONGEST_LIST], *rest = NULL;
   if (!made_of(value, 0, LONGEST_LIST - 1, DIGITS "..  ")) return 0;
-  strcpy(list, value);
+  snprintf(list, sizeof list, "%s", value);
   for (char *word = strtok_r(list, " ", &rest); word != NULL; word = strtok_r(NULL, " ", &rest))
     if (!is_ipv4(word)) return 0;
   return 1;
 }
 
-/* The interface need not be configured, nor be there: the daemon waits for it. */
+/* The interface need not be configured, nor exist: the daemon waits for it. */
 static int has_device_name(vorn_instances *collection, vorn_instance *instance) {
   (void)collection;
   return is_device_name(vorn_instance_get_name(instance));
@@ -51,7 +51,7 @@ static const struct property_row properties[] = {
     {"range", REQUIRED, is_range, NULL},
     {"lease-time", SETTING, is_lease_time, NULL},    /* in seconds */
     {"domain", SETTING, is_domain, NULL},            /* of the clients; this device is "gateway" in it */
-    {"dns-servers", SETTING, is_list_of_ipv4, NULL}, /* asked for what is not in a domain of ours */
+    {"dns-servers", SETTING, is_list_of_ipv4, NULL}, /* for names outside of these domains */
     {"running", LIVE, NULL, NULL},                   /* 0 or 1 */
     {"pid", LIVE, NULL, NULL},                       /* empty while it does not run */
     {NULL, LIVE, NULL, NULL},

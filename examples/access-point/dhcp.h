@@ -8,8 +8,8 @@
 #define DHCP_SERVICE "dnsmasq" /* the agent's name for the daemon, which is also its program's */
 #define DHCP_PID_PATH "/var/run/dnsmasq.pid"
 
-/* dhcp_file.c: makes the text of the daemon's configuration file, to be freed; null when no server is
- * enabled. */
+/* dhcp_file.c: makes the text of the daemon's configuration file, which the caller frees; null when no server
+ * is enabled. */
 int make_dhcp_text(vorn_instances *instances, char **text);
 
 /* dhcp_commit.c: the provider that makes the daemon follow the configuration. */

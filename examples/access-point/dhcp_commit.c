@@ -1,4 +1,4 @@
-/* Keeps the daemon in step with the configuration. */
+/* Makes the daemon follow the configuration. */
 #include "commits.h"
 #include "dhcp.h"
 #include "files.h"
@@ -27,8 +27,8 @@ static int apply(char *text) {
   return 0;
 }
 
-/* The daemon is started again only for another text: its clients have no DNS meanwhile. One that could not be
- * written is tried again with the next change. */
+/* The daemon is restarted only when the text has changed, because its clients have no DNS meanwhile. A text
+ * that could not be written is tried again at the next change. */
 static int apply_new(char *text) {
   static char *applied;
   int same = is_same(text, applied);
@@ -42,7 +42,7 @@ static int apply_new(char *text) {
   return failed;
 }
 
-/* Returns the process that wrote the daemon's pid file, if it is one of that program, else 0. */
+/* Returns the process that the daemon's pid file names, if it still runs that program, else 0. */
 static int find_leftover(void) {
   int pid = 0;
   char status[48];
@@ -54,7 +54,7 @@ static int find_leftover(void) {
   return pid > 0 && vorn_util_findpid(status) == pid ? pid : 0;
 }
 
-/* An agent that was killed has left its daemon behind, which would keep the new one from its port. */
+/* An agent that was killed has left its daemon running, which still has the port that the new one needs. */
 static void end_leftover(void) {
   int pid = vorn_process_no_actions || vorn_service_is_running(DHCP_SERVICE) ? 0 : find_leftover();
   if (pid == 0) return;

@@ -7,9 +7,9 @@
 
 #define DEFAULT_LEASE "3600"
 
-/* Only the interfaces named below are served, whenever they come. The leases are lost with the power, so the
- * daemon takes the word of clients that still have one. It stays who the agent is: a small device may have no
- * other user. */
+/* Only the interfaces that are named below are served, also when they appear later. A reboot loses the
+ * leases, so the daemon confirms those that clients still have. It runs as the agent's user: a small device
+ * may have no other. */
 static const char common[] = "# Written by the configuration agent: changes are lost.\n"
                              "user=\n"
                              "group=\n"
@@ -26,11 +26,11 @@ static int is_enabled(const vorn_instance *server) {
   return is_same(vorn_instance_get_value(server, "enabled"), "1");
 }
 
-/* Writes a list with something in front of each of its words. */
-static void write_list(FILE *file, const char *front, const char *list) {
+/* Writes each word of a list on a line of its own, after a prefix. */
+static void write_list(FILE *file, const char *prefix, const char *list) {
   for (const char *word = list + strspn(list, " "); *word != '\0'; word += strspn(word, " ")) {
     int length = (int)strcspn(word, " ");
-    fprintf(file, "%s%.*s\n", front, length, word);
+    fprintf(file, "%s%.*s\n", prefix, length, word);
     word += length;
   }
 }
@@ -55,7 +55,7 @@ static void write_server(FILE *file, const vorn_instance *server) {
   if (dns_servers != NULL) write_list(file, "server=", dns_servers);
 }
 
-/* Returns how many servers were written. */
+/* Returns the number of servers written. */
 static int write_servers(FILE *file, vorn_instances *instances) {
   int count = 0;
   vorn_instances_iterator *it = vorn_instances_new_class_iterator(instances, "dhcp-server");

@@ -8,7 +8,7 @@
 
 enum { LONGEST_PATH = 128 };
 
-/* What a write that was cut off has left there goes first, with whatever permissions it has. */
+/* Removes first what an interrupted write may have left, which could have other permissions. */
 static FILE *create(const char *path, mode_t mode) {
   unlink(path);
   int fd = open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);

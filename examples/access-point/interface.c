@@ -1,5 +1,5 @@
-/* The family of the interfaces: what all have in common stands in the abstract class, the rest in its
- * subclasses. */
+/* The family of the interfaces: the abstract class has the properties that all have in common, the subclasses
+ * have the rest. */
 #include "declare.h"
 #include "network.h"
 #include "values.h"
@@ -8,8 +8,8 @@
 #include <stdio.h>
 #include <string.h>
 
-/* Of IPv4 the least that every host must take (RFC 791), and jumbo frames. A device that can do less refuses.
- */
+/* From the datagram that every IPv4 host must accept (RFC 791) to jumbo frames. The kernel refuses what a
+ * device cannot do. */
 enum { LEAST_MTU = 576, GREATEST_MTU = 9000 };
 
 enum { GREATEST_PREFIX = 32 };   /* bits */
@@ -37,9 +37,9 @@ static int is_channel(const char *value) {
   return is_channel_in(value, "a") || is_channel_in(value, "g");
 }
 
-/* A channel has to lie in the band of the mode. Both properties check that against the other one as it is, so
- * that it holds in whatever order they are set, also in an update, which no check of whole instances sees. A
- * radio changes its band by way of the channel "auto". */
+/* A channel must be in the band of the mode. Both properties are checked against the other's present value,
+ * so the rule holds in whatever order they are set, also in an update, after which no whole instance is
+ * checked. A radio changes its band by way of the channel "auto". */
 static int mode_fits_channel(vorn_instance *instance, const char *mode) {
   const char *channel = vorn_instance_get_value(instance, "channel");
   return channel == NULL || is_channel_in(channel, band_of(mode));
@@ -52,7 +52,7 @@ static int channel_fits_mode(vorn_instance *instance, const char *channel) {
 
 static int is_tx_power(const char *value) { return in_range(value, 0, GREATEST_TX_POWER); }
 
-/* An IPv4 address with the length of its network's prefix, "192.0.2.1/24"; empty for none. */
+/* An IPv4 address with its prefix length, "192.0.2.1/24"; empty for none. */
 static int is_network_address(const char *value) {
   char address[INET_ADDRSTRLEN];
   size_t length = strcspn(value, "/");
@@ -71,11 +71,11 @@ static const struct property_row interface_properties[] = {
     {"description", SETTING, is_text, NULL},
     {"enabled", REQUIRED, is_flag, NULL},
     {"mtu", SETTING, is_mtu, NULL},
-    {"address", SETTING, is_network_address, NULL}, /* without one, those that are there stay */
+    {"address", SETTING, is_network_address, NULL}, /* when it is not set, the device keeps those it has */
     {"status", LIVE, NULL, NULL},                   /* up or down */
     {"mac", LIVE, NULL, NULL},
     {"ip-address", LIVE, NULL, NULL}, /* the first one, whoever has set it */
-    {"carrier", LIVE, NULL, NULL},    /* up or down, as some program has told last */
+    {"carrier", LIVE, NULL, NULL},    /* up or down, as reported last */
     {NULL, LIVE, NULL, NULL},
 };
 

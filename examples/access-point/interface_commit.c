@@ -8,7 +8,7 @@
 
 #define END ((char *)NULL)
 
-/* What the program itself has said is in the log of an agent with option -d. */
+/* With option -d the output of the program is in the log, too. */
 static void check(int status, const char *device, const char *attribute, const char *value) {
   if (status == 0) return;
   vorn_debug_eprintf("interfaces: setting %s %s%s%s failed (%d).\n", device, attribute,
@@ -38,7 +38,7 @@ static int set_mtu(vorn_instance *instance, const char *property, const char *va
   return 0;
 }
 
-/* It takes the place of all others. */
+/* Replaces all addresses of the device. */
 static int set_address(vorn_instance *instance, const char *property, const char *value, const char *old) {
   const char *device = vorn_instance_get_name(instance);
   if (is_same(value, old) || !device_exists(device)) return 0;
@@ -56,7 +56,7 @@ static int set_enabled(vorn_instance *instance, const char *property, const char
   return 0;
 }
 
-/* A device that is no longer in the configuration is not to be used any more. */
+/* A device that is no longer in the configuration must not be used. */
 static int shut_down(vorn_instance *before, vorn_commit_info *info) {
   (void)info;
   const char *device = vorn_instance_get_name(before);
@@ -66,9 +66,9 @@ static int shut_down(vorn_instance *before, vorn_commit_info *info) {
   return 0;
 }
 
-/* The callbacks are for the abstract class, which makes them those of all kinds of interfaces. Properties
- * come in the order of their registration: the state last, so that no frame leaves a port with the wrong size
- * or address. */
+/* The callbacks are those of the abstract class, so they are called for all kinds of interfaces. They are
+ * called in the order of their registration: the state comes last, so that a port is never up with the wrong
+ * MTU or address. */
 vorn_committer *new_interface_committer(void) {
   vorn_committer *committer = vorn_committer_new();
   if (vorn_committer_set_instance_delete_fn(committer, "interface", shut_down) != 0) return NULL;

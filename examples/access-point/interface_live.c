@@ -1,4 +1,4 @@
-/* Reads what the kernel tells of a network device at the moment. */
+/* Reads the state of a network device from the kernel. */
 #include "network.h"
 
 #include <net/if.h>
@@ -10,10 +10,10 @@
 
 enum { LONGEST_PATH = 96, STATE_SIZE = 16, MAC_SIZE = 24, IP_SIZE = 16 };
 
-/* What a callback returns is copied before anything else is called: it may stay in a buffer of its own. */
+/* The agent copies what a callback returns before it calls anything else: a static buffer is good enough. */
 
 /* Reads the device's state (Linux, Documentation/ABI/testing/sysfs-class-net, "operstate"). Returns 1, or 0
- * where it cannot be read: containers do not always get a sysfs. */
+ * when it cannot be read: containers do not always have a sysfs. */
 static int read_operstate(const char *device, char state[STATE_SIZE]) {
   char path[LONGEST_PATH];
   snprintf(path, sizeof path, "/sys/class/net/%s/operstate", device);
@@ -25,7 +25,7 @@ static int read_operstate(const char *device, char state[STATE_SIZE]) {
   return found;
 }
 
-/* Asks with netdevice(7) whether the device runs. */
+/* Asks the kernel whether the device is running (netdevice(7)). */
 static int is_running(const char *device) {
   struct ifreq request = {.ifr_name = ""};
   int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
@@ -36,7 +36,7 @@ static int is_running(const char *device) {
   return running;
 }
 
-/* Drivers that cannot tell whether there is a carrier leave the state "unknown" while the device is up. */
+/* A driver that cannot detect a carrier leaves the state "unknown" while the device is up. */
 static const char *read_status(vorn_instance *instance, const char *property, vorn_refresh_info *info) {
   (void)property, (void)info;
   const char *device = vorn_instance_get_name(instance);
@@ -60,10 +60,10 @@ static const char *read_ip_address(vorn_instance *instance, const char *property
   return address;
 }
 
-/* The tables keep the last values of a device that has gone since: those are no longer true.
+/* The tables keep the last values of a device that has been removed since: those are out of date.
  *
- * A table is stored in the running configuration, while a write transaction works on a copy of that. There
- * the value is therefore the one of the reading before, or none yet. */
+ * A table is stored in the running configuration, while a write transaction works on a copy of it. A request
+ * with such a transaction therefore gets the value that was read last, or none yet. */
 static const char *read_table_value(vorn_instance *instance, const char *property, vorn_refresh_info *info) {
   (void)info;
   if (if_nametoindex(vorn_instance_get_name(instance)) == 0) return "";
@@ -71,8 +71,8 @@ static const char *read_table_value(vorn_instance *instance, const char *propert
   return value != NULL ? value : "";
 }
 
-/* Requests for the subclasses are not served: the agent answers for their instances under the name of the
- * abstract class, and so clients read live values from "interface". */
+/* There is no refresher for the subclasses: the agent refreshes their instances by the name of the abstract
+ * class, so clients read live values from "interface". */
 vorn_refresher *new_interface_refresher(void) {
   vorn_refresher *refresher = vorn_refresher_new("interface");
   if (vorn_refresher_set_property_fn(refresher, "status", read_status) != 0) return NULL;

@@ -8,23 +8,24 @@
 
 enum { LONGEST_LINE = 256 };
 
-/* One small file a device. The walk puts what the star has matched, the name, in front of the values. */
+/* One small file for each device. The walk puts what the star has matched, the name, before the values. */
 static int read_uevents(void *keys, char *buf, int size) {
   return vorn_util_dir_walk("/sys/class/net/*/uevent", buf, size, "", vorn_util_add_line_from_proc, keys);
 }
 
 /* Brings a line of /proc/net/dev, "  eth0:  1234  5 ...", into the form of a table: single blanks between the
- * fields, none in front. The result is not longer than the line. */
+ * fields, none before the first. The result is not longer than the line. */
 static void squeeze(char *line) {
   char *out = line;
   for (const char *in = line + strspn(line, " "); *in != '\0'; in++) {
-    char c = *in == ':' ? ' ' : *in;
+    char c = *in;
+    if (c == ':') c = ' ';
     if (c != ' ' || (out > line && out[-1] != ' ')) *out++ = c;
   }
   *out = '\0';
 }
 
-/* The two lines of headings have no colon. Once a line does not fit, the table ends. */
+/* The two header lines have no colon. The table ends before the first line that does not fit. */
 static int read_counters(void *path, char *buf, int size) {
   FILE *file = fopen(path, "re");
   if (file == NULL) return 1;
@@ -46,8 +47,8 @@ static int read_counters(void *path, char *buf, int size) {
 static const char *uevent_keys[] = {"IFINDEX", NULL};
 static const char *uevent_columns[] = {"*name", "ifindex", NULL};
 
-/* Between the errors and the bytes sent there are the counters of rarer things, and behind them some more,
- * which are left out (proc(5)). */
+/* Between the errors and the bytes sent there are counters of rarer events, and after these columns some more
+ * (proc(5)). They are left out. */
 static char counter_path[] = "/proc/net/dev";
 static const char *counter_columns[] = {"*name", "rx-bytes", "rx-packets", "rx-errors",  "",          "",  "",
                                         "",      "",         "tx-bytes",   "tx-packets", "tx-errors", NULL};

@@ -1,8 +1,8 @@
-/* Lets a script or a daemon tell that a link has come or gone:
+/* Lets a script or a daemon report that a link is up or down:
  *
  *   lsql inform link interface=eth0 state=down
  *
- * The agent keeps it as the live value "carrier" and tells its subscribers. */
+ * The agent keeps the state as the live value "carrier" and notifies its subscribers. */
 #include "network.h"
 
 #include <stdio.h>
@@ -11,8 +11,8 @@
 
 enum { LONGEST_REQUEST = 160 };
 
-/* Returns the name as the configuration has it, or null. Only the agent's own texts go into the request and
- * the message below, neither of which escapes anything: this name has passed the class's check. */
+/* Returns the name as the configuration has it, or null. The request and the notification below escape
+ * nothing, so they are made of such names only, which have passed the check of the class. */
 static const char *configured_name(const char *device) {
   vorn_instances *running = vorn_config_get_running();
   if (device == NULL || running == NULL) return NULL;
@@ -37,7 +37,7 @@ static int store_carrier(const char *device, const char *state) {
   return stored ? 0 : 1;
 }
 
-static int take_news(void) {
+static int handle_link(void) {
   const char *asked = vorn_inform_get_value("interface");
   const char *state = vorn_inform_get_value("state");
   const char *device = configured_name(asked);
@@ -48,4 +48,4 @@ static int take_news(void) {
   return 0;
 }
 
-int accept_link_news(void) { return vorn_inform_fn_add("link", take_news); }
+int declare_link_inform(void) { return vorn_inform_fn_add("link", handle_link); }

@@ -10,13 +10,13 @@ static int declare_interface_provider(void) {
       &(struct provider_row){"interfaces", vorn_committer_fn, committer, vorn_refresher_fn, refresher});
 }
 
-/* One plugin has both, because a network is checked against the radio that it names. The configuration file
- * lists the classes in the order of their declaration and is read from top to bottom, so the radios must be
- * declared first, while plugins are loaded in no particular order. Classes come before committers too, some
- * callbacks of which are refused while their class is unknown. */
+/* Both are in one plugin because a network names the radio that it uses. The configuration file has the
+ * classes in the order of their declaration and is read from top to bottom, so the radios must be declared
+ * first; but plugins are loaded in no particular order. Classes are declared before the committers, too,
+ * which refuse some callbacks of a class that is unknown. */
 int vorn_plugin_init(void) {
   if (!plugin_is_accepted()) return 1;
   if (declare_interface_classes() != 0 || declare_wireless_classes() != 0) return 1;
   if (declare_interface_provider() != 0 || declare_wireless_providers() != 0) return 1;
-  return accept_link_news();
+  return declare_link_inform();
 }

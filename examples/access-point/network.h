@@ -1,4 +1,4 @@
-/* What the files of the network plugin share. All that returns int returns 0, or 1 when it has failed. */
+/* What the files of the network plugin share. Functions of type int return 0, or 1 when they have failed. */
 #ifndef ACCESS_POINT_NETWORK_H
 #define ACCESS_POINT_NETWORK_H
 
@@ -16,8 +16,8 @@ vorn_refresher *new_interface_refresher(void);
 /* interface_statistics.c: the live values that come from tables; ended by null. */
 extern vorn_util_txt_table *interface_tables[];
 
-/* link_inform.c: lets programs tell of links that come and go. */
-int accept_link_news(void);
+/* link_inform.c: lets programs report that a link is up or down. */
+int declare_link_inform(void);
 
 /* wireless.c: the classes "ssid" and "access-list". */
 int declare_wireless_classes(void);

@@ -9,8 +9,8 @@ int encipher_passphrase(const char *plain, char enciphered[ENCIPHERED_PASSPHRASE
   return pw_encrypt(plain, enciphered);
 }
 
-/* Any 256 digits decipher to something. It is taken for a passphrase if it is a good one, and if enciphering
- * it gives the same digits again. The last byte is not the passphrase's. */
+/* Any 256 digits decipher to something. The result is a passphrase if it is valid and if enciphering it gives
+ * the same digits again. The last byte is not part of it. */
 int decipher_passphrase(const char *enciphered, char plain[PLAIN_PASSPHRASE_SIZE]) {
   char again[ENCIPHERED_PASSPHRASE_SIZE];
   memset(plain, 0, PLAIN_PASSPHRASE_SIZE);

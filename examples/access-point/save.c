@@ -1,6 +1,6 @@
-/* The plugin that makes every change survive a reboot. It has no classes: whoever leaves it out gets a device
- * on which changes are tried until the next start. On request it also keeps the configuration as the one to
- * fall back on when the saved one cannot be read:
+/* The plugin that makes every change survive a reboot. It has no classes: a device without it forgets
+ * all changes when it restarts. On request it also keeps the configuration as the default, which replaces a
+ * saved one that cannot be read:
  *
  *   lsql inform configuration action=keep-as-default */
 #include "commits.h"
@@ -12,29 +12,30 @@
 #define CONFIG_PATH "/etc/config/config.xml"
 #define DUMP_PATH "/var/run/config.compare"
 
-/* What a start has just read would be written back as it was, wearing the flash and telling the subscribers
- * of a change that was none. An empty collection alone does not make a start: clients may delete everything,
- * and what they insert then must be saved. But they have made requests, which the agent counts. */
+/* What was just read at a start need not be written back: that would wear the flash and notify the
+ * subscribers of a change, though there is none. An empty collection alone does not mean a start: clients may
+ * delete everything, and what they insert after that must be saved. But they have made requests, which the
+ * agent counts. */
 static int device_starts(vorn_commit_info *info) {
   return commit_starts_from_nothing(info) && vorn_query_transaction_number == 0;
 }
 
-/* A commit's changes tell too much: live values that a request has read are among them, and values that were
- * set to what they were. So what would be written is compared with what stands there. */
+/* The changes of a commit include live values that a request has read, and values that were set to what they
+ * were. So the text that would be written is compared with the file. */
 static int file_would_differ(void) {
   int differ = vorn_config_dump_running(DUMP_PATH) != 0 || !have_same_content(DUMP_PATH, CONFIG_PATH);
   unlink(DUMP_PATH);
   return differ;
 }
 
-/* What a provider has changed by itself is saved at a start, too. */
+/* Changes that a provider has made itself are saved at a start, too. */
 static int commit(vorn_commit_info *info) {
   if (device_starts(info) ? !save_is_requested(info) : !file_would_differ()) return 0;
   return vorn_config_copy_running_to_startup();
 }
 
-/* Saving comes last: subscribers are told then, and what they are told of has taken effect. A provider that
- * is missing does no harm in the order. */
+/* Saving comes last, since it notifies the subscribers, by when the change must have taken effect. An order
+ * may name providers that are missing. */
 static int come_last(void) {
   static const char *const others[] = {"system",         "interfaces", "wireless",
                                        "wireless-files", "syslog",     "dhcp"};
@@ -43,7 +44,7 @@ static int come_last(void) {
   return 0;
 }
 
-static int take_order(void) {
+static int handle_configuration(void) {
   const char *action = vorn_inform_get_value("action");
   if (is_same(action, "keep-as-default")) return vorn_config_copy_running_to_default();
   vorn_debug_eprintf("configuration: action \"%s\" is not known.\n", action != NULL ? action : "");
@@ -52,6 +53,6 @@ static int take_order(void) {
 
 int vorn_plugin_init(void) {
   if (!plugin_is_accepted()) return 1;
-  if (come_last() != 0 || vorn_inform_fn_add("configuration", take_order) != 0) return 1;
+  if (come_last() != 0 || vorn_inform_fn_add("configuration", handle_configuration) != 0) return 1;
   return declare_provider(&(struct provider_row){.name = "save", .commit = commit});
 }

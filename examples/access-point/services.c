@@ -1,4 +1,4 @@
-/* The plugin of the services that the device uses: so far, the servers that get its system log. */
+/* The plugin of the services that the device uses: the servers to which it sends its system log. */
 #include "commits.h"
 #include "declare.h"
 #include "files.h"
@@ -31,14 +31,14 @@ static void write_servers(FILE *file, void *instances) {
   vorn_instances_delete_iterator(it);
 }
 
-/* Has the log daemon, where there is one, read its file again. */
+/* Has the log daemon, if there is one, read its file again. */
 static void tell_daemon(void) {
   int pid = vorn_process_no_actions ? -1 : vorn_util_findpid("(syslogd)");
   if (pid > 0) kill(pid, SIGHUP);
 }
 
-/* Whatever happened to one server, the file is written as a whole: a committer would be of no help. A load
- * writes it even without servers: the file may be left over from another configuration. */
+/* Whichever server has changed, the file is written as a whole: a committer would be of no use. At a start it
+ * is written even without servers: it may be left over from another configuration. */
 static int commit(vorn_commit_info *info) {
   vorn_changes *changes = vorn_commit_info_get_changes(info);
   if (!commit_starts_from_nothing(info) && !vorn_changes_contains_class(changes, "syslog-server")) return 0;

@@ -4,7 +4,7 @@
 #include <vorn.h>
 
 enum { SHORTEST_DELAY = 1, LONGEST_DELAY = 60, GOOD_RUN = 60 }; /* in seconds */
-enum { PATIENCE = 1000000 }; /* in microseconds: nobody is served meanwhile */
+enum { STOP_TIMEOUT = 1000000 }; /* in microseconds, in which the agent serves nobody */
 
 static time_t now(void) {
   struct timespec time;
@@ -28,7 +28,7 @@ static void start(void *data, void *unused) {
     vorn_service_set_exited_fn(program->name, start_again, program);
 }
 
-/* Called when the program has ended; perhaps before it was to be stopped, which this is told only then. */
+/* Called when the program has ended, perhaps only after supervise_stop, when it is no longer wanted. */
 static void start_again(void *data) {
   struct supervised *program = data;
   if (!program->wanted) return;
@@ -51,6 +51,6 @@ void supervise_stop(struct supervised *program) {
   program->wanted = 0;
   eloop_cancel_timeout(start, program, NULL);
   if (!vorn_service_is_running(program->name)) return;
-  if (vorn_service_stop(program->name, SIGTERM, PATIENCE) < 0)
-    vorn_service_stop(program->name, SIGKILL, PATIENCE);
+  if (vorn_service_stop(program->name, SIGTERM, STOP_TIMEOUT) < 0)
+    vorn_service_stop(program->name, SIGKILL, STOP_TIMEOUT);
 }

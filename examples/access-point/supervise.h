@@ -1,5 +1,5 @@
-/* Keeping a program running that is meant to run all the time: one that ends by itself is started again,
- * after a delay that grows while it keeps ending soon, so that one that cannot run costs next to nothing. */
+/* Supervises a program that is to run all the time: when it ends by itself it is started again, after a delay
+ * that grows while it keeps ending soon, so that a program that cannot run costs next to nothing. */
 #ifndef ACCESS_POINT_SUPERVISE_H
 #define ACCESS_POINT_SUPERVISE_H
 
@@ -14,11 +14,12 @@ struct supervised {
   time_t started;
 };
 
-/* Starts the program, and stops it before if it runs: for what it reads at its start only. */
+/* Starts the program, after stopping it if it runs: for a program that reads its configuration only when it
+ * starts. */
 void supervise_restart(struct supervised *program);
 
-/* Stops the program, for which the agent waits two seconds at most; a restart that is due is forgotten. It
- * need not run. */
+/* Stops the program, for which the agent waits two seconds at most, and cancels a restart that is pending.
+ * The program need not run. */
 void supervise_stop(struct supervised *program);
 
 #endif

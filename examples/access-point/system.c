@@ -1,4 +1,4 @@
-/* The plugin of the device as a whole: what it is called, where it stands, and how long it has been up. */
+/* The plugin of the device as a whole: its name, its place, its time zone and its uptime. */
 #include "commits.h"
 #include "declare.h"
 #include "values.h"
@@ -16,9 +16,9 @@ enum { LONGEST_ZONE = 63 };
 /* A host name without a domain: one label (RFC 1123). */
 static int is_hostname(const char *value) { return vorn_input_is_domain_label(value, (int)strlen(value)); }
 
-/* The form in which the C library understands a zone without a data base of them, as in
- * CET-1CEST,M3.5.0,M10.5.0/3 (POSIX, "TZ"). It takes what it does not understand for the name of a file, so
- * there is no slash but behind the comma, where only times stand. */
+/* The form that the C library understands without a database of time zones, such as
+ * CET-1CEST,M3.5.0,M10.5.0/3 (POSIX, "TZ"). It takes anything else for the name of a file, so slashes are
+ * accepted only after the comma, where they separate times. */
 static int is_timezone(const char *value) {
   if (!made_of(value, 4, LONGEST_ZONE, LETTERS DIGITS "<<>>+/::")) return 0;
   char first[] = {value[0], '\0'};
@@ -46,7 +46,7 @@ static int apply_hostname(vorn_instance *instance, const char *property, const c
   return 0;
 }
 
-/* For the agent itself, its time stamps above all, and for the programs that it starts. */
+/* For the time stamps of the agent, and for the programs that it starts. */
 static int apply_timezone(vorn_instance *instance, const char *property, const char *value, const char *old) {
   (void)instance, (void)property;
   if (is_same(value, old) || vorn_process_no_actions) return 0;

@@ -13,8 +13,8 @@ int made_of(const char *value, int min, int max, const char *ranges) {
   return vorn_input_is_string_in_ranges(value, (int)length, ranges, (int)strlen(ranges) / 2);
 }
 
-/* The agent's check alone would let " +7" and "007" through, which the programs that get the value as it is
- * may take for something else. */
+/* The agent's check alone accepts " +7" and "007", too, which the programs that get the value unchanged may
+ * understand differently. */
 int in_range(const char *value, int low, int high) {
   if (!made_of(value, 1, LONGEST_NUMBER, DIGITS)) return 0;
   if (value[0] == '0' && value[1] != '\0') return 0;
@@ -27,9 +27,8 @@ int one_of(const char *value, const char *const words[]) {
 
 int is_flag(const char *value) { return made_of(value, 1, 1, "01"); }
 
-/* What is not plain ASCII is let through: requests and the configuration file are parsed as XML before a
- * value gets here, so its bytes are good UTF-8. Control characters would spoil the lists that clients print.
- */
+/* Non-ASCII bytes are accepted: requests and the configuration file have been parsed as XML, so they are
+ * valid UTF-8. Control characters would spoil the lists that clients print. */
 int is_text(const char *value) {
   for (const char *c = value; *c != '\0'; c++) {
     unsigned char byte = (unsigned char)*c;
@@ -38,13 +37,13 @@ int is_text(const char *value) {
   return strlen(value) <= LONGEST_TEXT;
 }
 
-/* Stricter than the agent's check, for which "010.1.1.1" and "+1.1.1.1" are addresses too. */
+/* Stricter than the agent's check, which accepts "010.1.1.1" and "+1.1.1.1", too. */
 int is_ipv4(const char *value) {
   struct in_addr address;
   return inet_pton(AF_INET, value, &address) == 1;
 }
 
-/* The lowest bit of the first byte marks the address of a group (IEEE 802). */
+/* The lowest bit of the first byte is set in group addresses (IEEE 802). */
 int is_mac(const char *value) {
   return vorn_input_is_mac(value, (int)strlen(value)) && strchr("02468aceACE", value[1]) != NULL;
 }

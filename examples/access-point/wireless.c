@@ -1,4 +1,4 @@
-/* The wireless networks and the lists of who may use them: their classes and checks. */
+/* The wireless networks and their access lists: classes and checks. */
 #include "declare.h"
 #include "network.h"
 #include "passphrase.h"
@@ -15,8 +15,7 @@ static int is_security(const char *value) {
 
 static int is_vlan(const char *value) { return in_range(value, 1, GREATEST_VLAN); }
 
-/* The name becomes that of a file. No list of that name has to exist: a list without entries is an empty one.
- */
+/* The name becomes that of a file. No entry needs to exist: a list without entries is an empty one. */
 static int is_list_name(const char *value) {
   return made_of(value, 1, LONGEST_LIST_NAME, LETTERS DIGITS "__--");
 }
@@ -30,24 +29,24 @@ static int is_action(const char *value) {
   return one_of(value, actions);
 }
 
-/* The agent tells only that the check has failed; the log tells why. */
+/* The client learns only that the check has failed; the reason is in the log. */
 static int refuse(const char *name, const char *reason) {
   vorn_debug_eprintf("ssid \"%s\": %s.\n", name, reason);
   return 0;
 }
 
-/* An update checks each new value by itself, but no whole instance; a start checks whole instances and leaves
- * out those that fail. So that no update can make a network which the next start would drop, this check
- * relates FIXED values only, and none to another instance, which could be deleted: a network whose radio is
- * missing stays, and is not on the air. It moves to another radio, or from open to protected, by being
- * deleted and inserted again, in one transaction. */
+/* An update checks each new value, but no whole instance; a start checks whole instances and leaves out those
+ * that fail. An update must not make a network that the next start would leave out. So this check compares
+ * FIXED values only, and none with another instance, which could be deleted: a network whose radio is missing
+ * stays in the configuration, but is not on the air. To move it to another radio, or from open to protected,
+ * a client deletes it and inserts it again, in one transaction. */
 static int is_ssid(vorn_instances *collection, vorn_instance *instance) {
   (void)collection;
   const char *name = vorn_instance_get_name(instance);
   if (!vorn_input_is_ssid(name, (int)strlen(name)) || !is_text(name))
-    return refuse(name, "the name is no good");
+    return refuse(name, "the name is not valid");
   const char *security = vorn_instance_get_value(instance, "security");
-  if (security == NULL) return 1; /* missing, which the agent reports better */
+  if (security == NULL) return 1; /* missing, which the agent itself reports better */
   if (strcmp(security, "open") == 0 || vorn_instance_get_value(instance, "passphrase") != NULL) return 1;
   return refuse(name, "its kind of security needs a passphrase");
 }
@@ -64,7 +63,7 @@ static const struct property_row ssid_properties[] = {
     {"access-list", SETTING, is_list_name, NULL}, {NULL, LIVE, NULL, NULL},
 };
 
-/* An entry of the list whose name it bears: entries of one name make up the list. */
+/* An instance is one entry; the entries of one name are the list of that name. */
 static const struct property_row access_list_properties[] = {
     {"mac", REQUIRED, is_mac, NULL},
     {"action", REQUIRED, is_action, NULL},

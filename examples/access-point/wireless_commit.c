@@ -1,6 +1,6 @@
-/* Keeps the wireless daemon's files in step with the configuration, in two providers: the first one finds out
- * which radios are concerned, the second one writes the file of each once, however many changes there were.
- * Between them go the actions of the commit. */
+/* Makes the wireless daemon's files follow the configuration, with two providers: the first one finds out
+ * which radios are affected, the second one writes the file of each once, however many changes there were.
+ * The first one tells the second one by the actions of the commit. */
 #include "commits.h"
 #include "declare.h"
 #include "network.h"
@@ -17,8 +17,8 @@ static int is_marked(vorn_commit_info *info, const char *radio) {
   return vorn_actions_exists(vorn_commit_info_get_actions(info), "wireless-files", "write", "radio", radio);
 }
 
-/* Replaces a plain passphrase by its enciphered form, before anybody can save or read it. What a start has
- * read from the file is replaced there too. */
+/* Replaces a plain passphrase by its enciphered form before it can be saved or read. One that comes from the
+ * file is replaced in the file, too. */
 static void hide_passphrase(vorn_instance *network, vorn_commit_info *info) {
   char enciphered[ENCIPHERED_PASSPHRASE_SIZE];
   const char *value = vorn_instance_get_value(network, "passphrase");
@@ -30,9 +30,9 @@ static void hide_passphrase(vorn_instance *network, vorn_commit_info *info) {
     vorn_debug_eprintf("ssid \"%s\": the passphrase stays readable.\n", vorn_instance_get_name(network));
 }
 
-/* All networks are looked at, not only those that this commit has changed: a request that ended with a
- * select, or failed half way, has changed others before without a commit. Files that an earlier run or
- * another configuration has left would keep their networks on the air. */
+/* All networks are checked, not only those that this commit has changed: a request that ended with a select,
+ * or failed half way, may have changed others without a commit. At a start all files are removed: one that is
+ * left over from another configuration would keep its networks on the air. */
 static int begin(vorn_commit_info *info) {
   vorn_instances_iterator *it = vorn_instances_new_class_iterator(vorn_commit_info_get_after(info), "ssid");
   while (vorn_instances_iterator_has_next(it)) hide_passphrase(vorn_instances_iterator_next(it), info);
@@ -41,8 +41,8 @@ static int begin(vorn_commit_info *info) {
   return 0;
 }
 
-/* Whether one of the properties, which null ends, has another value. An instance that was inserted or deleted
- * differs. */
+/* Whether the value of one of the properties, which end with null, has changed. An instance that was inserted
+ * or deleted has changed. */
 static int differ(vorn_instance *after, vorn_instance *before, const char *const properties[]) {
   if (after == NULL || before == NULL) return 1;
   for (; *properties != NULL; properties++)
@@ -62,7 +62,7 @@ static int change_radio(vorn_instance *after, vorn_instance *before, vorn_commit
   return 0;
 }
 
-/* Worth a line when it begins, for neither is meant to stay. */
+/* Both are logged when a network is created, for they may be mistakes. */
 static int create_ssid(vorn_instance *network) {
   const char *name = vorn_instance_get_name(network);
   const char *radio = vorn_instance_get_value(network, "radio");
@@ -73,8 +73,8 @@ static int create_ssid(vorn_instance *network) {
   return 0;
 }
 
-/* A network that moves to another radio is deleted and inserted again: this is called for either, and each
- * marks a radio. */
+/* A network that moves to another radio is deleted and inserted again: this is called for both, and marks
+ * both radios. */
 static int change_ssid(vorn_instance *after, vorn_instance *before, vorn_commit_info *info) {
   static const char *const properties[] = {"passphrase", "enabled", "hidden", "vlan", "access-list", NULL};
   if (differ(after, before, properties))

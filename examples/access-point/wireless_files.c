@@ -13,10 +13,10 @@
 
 enum { LONGEST_PATH = 96 };
 
-/* The files hold passphrases, so they are for root alone. */
+/* The files contain passphrases, so only root may read them. */
 enum { FILE_MODE = 0600, DIRECTORY_MODE = 0700 };
 
-/* What a writer needs to know. */
+/* What the writers below get. */
 struct source {
   vorn_instances *instances;
   const char *name;
@@ -37,7 +37,7 @@ void begin_wireless_files(void) {
   closedir(directory);
 }
 
-/* "PROPERTY VALUE": the value goes to the end of the line, which it cannot break. */
+/* "PROPERTY VALUE": the value extends to the end of the line; it has no line breaks. */
 static void write_value(FILE *file, vorn_instance *instance, const char *property) {
   const char *value = vorn_instance_get_value(instance, property);
   if (value != NULL) fprintf(file, "%s %s\n", property, value);
@@ -53,7 +53,7 @@ static void write_passphrase(FILE *file, vorn_instance *network) {
   explicit_bzero(plain, sizeof plain);
 }
 
-/* An open network may have kept a passphrase, which is nobody's business then. */
+/* An open network may still have a passphrase, which must not be shown then. */
 static void write_network(FILE *file, vorn_instance *network) {
   fprintf(file, "\nnetwork %s\n", vorn_instance_get_name(network));
   write_value(file, network, "security");
@@ -84,7 +84,7 @@ static void write_radio(FILE *file, void *data) {
   write_networks(file, radio);
 }
 
-/* "allow MAC" or "deny MAC" a line; the first line that fits a station decides. */
+/* Lines of "allow MAC" or "deny MAC"; the first one that matches a station decides. */
 static void write_list(FILE *file, void *data) {
   const struct source *list = data;
   fputs(HEADER, file);

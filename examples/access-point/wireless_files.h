@@ -1,5 +1,5 @@
 /* The files of the wireless daemon, one for each radio and one for each access list. The names must be those
- * of configured instances, which cannot lead out of the directory. */
+ * of configured instances: their checks let no name refer to another directory. */
 #ifndef ACCESS_POINT_WIRELESS_FILES_H
 #define ACCESS_POINT_WIRELESS_FILES_H
 
