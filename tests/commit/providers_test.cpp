@@ -64,7 +64,7 @@ TEST_F(Providers, AreOrderedByDeclarationThenByFirstMention) {
   EXPECT_EQ(calls, "d a b c ");
 }
 
-TEST_F(Providers, ALoopBehindOthersNamesOnlyThePath) {
+TEST_F(Providers, ALoopAfterOthersNamesOnlyThePath) {
   add({"x", "self"});
   vorn_providers_order("self", "self");
   EXPECT_EQ(vorn_providers_done_adding(), 1);

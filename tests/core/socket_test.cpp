@@ -46,7 +46,7 @@ TEST(Socket, APathIsTakenFromAnEarlierRun) {
   const std::string directory = testing::TempDir() + unique_name("dir"), path = directory + "/sock";
   ASSERT_EQ(mkdir(directory.c_str(), 0700), 0);
   ASSERT_EQ(symlink(path.c_str(), (directory + "/link").c_str()), 0);
-  Descriptor(vorn_socket_get_unix(path.c_str(), 0)); // leaves its file behind
+  close(vorn_socket_get_unix(path.c_str(), 0)); // its file stays
   const Descriptor server(vorn_socket_get_unix((directory + "/link").c_str(), 0));
   EXPECT_TRUE(server); // where the link leads, the stale file was removed
   EXPECT_TRUE(can_connect(path, false));

@@ -30,14 +30,16 @@ void append_file(const std::string &path, const std::string &text) {
 bool exists(const std::string &path) { return access(path.c_str(), F_OK) == 0; }
 
 void prepare_device(std::initializer_list<const char *> plugins, const std::string &config) {
-  const std::string from = getenv("VORN_TEST_PLUGINS");
+  const char *from = getenv("VORN_TEST_PLUGINS");
+  ASSERT_NE(from, nullptr) << "where the tests' plugins lie";
   // By name: the repository itself may stand below /tmp.
   std::string command = "mkdir -p /usr/lib/vorn/plugins /etc/config && : > /dev/console && rm -rf "
                         "/usr/lib/vorn/plugins/* /etc/config/* /etc/*config.xml /etc/post-init /etc/rebuild "
                         "/var/log/*.log /var/run/vorn.pid "
                         "/dev/watchdog /tmp/factory-reset /tmp/defaultconfig* /tmp/md5.gen /tmp/commits "
                         "/tmp/live /tmp/output /tmp/reply /tmp/slow /tmp/script /tmp/post-init";
-  for (const char *plugin : plugins) command += " && cp " + from + "/" + plugin + " /usr/lib/vorn/plugins/";
+  for (const char *plugin : plugins)
+    command += " && cp " + std::string(from) + "/" + plugin + " /usr/lib/vorn/plugins/";
   ASSERT_EQ(system(command.c_str()), 0);
   if (!config.empty()) write_file(config_path, config);
 }
