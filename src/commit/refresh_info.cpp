@@ -2,6 +2,7 @@
 
 #include "core/guard.hpp"
 #include "core/keyed_table.hpp"
+#include "core/log_text.hpp"
 #include "model/instance.hpp"
 #include <optional>
 
@@ -36,7 +37,10 @@ void print_properties(const InstanceRequest &request, FILE *stream) {
   if (request.all_properties) {
     fputs(" All.\n", stream);
   } else if (!request.properties.empty()) {
-    for (const auto &property : request.properties) fprintf(stream, " %s", property.name());
+    for (const auto &property : request.properties) {
+      fputs(" ", stream);
+      vorn::put_escaped(stream, property.name());
+    }
     fputs(".\n", stream);
   } else {
     fputs(" None.\n", stream);
@@ -47,7 +51,9 @@ void print_class(const ClassRequest &request, FILE *stream) {
   if (!request.named.empty()) {
     fputs("    Named instances:\n", stream);
     for (const auto &instance : request.named) {
-      fprintf(stream, "      Instance %s: ", instance.name());
+      fputs("      Instance ", stream);
+      vorn::put_escaped(stream, instance.name());
+      fputs(": ", stream);
       print_properties(instance.value, stream);
     }
   }

@@ -1,5 +1,9 @@
 #include "core/debug.hpp"
 
+#include "core/handles.hpp"
+#include "core/log_text.hpp"
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -27,6 +31,37 @@ LocalTime local_time() {
   const time_t seconds = time(nullptr);
   if (ctime_r(&seconds, now.text)) now.text[strcspn(now.text, "\n")] = '\0';
   return now;
+}
+
+// The line end that a format brings itself.
+const char *end_of(const char *format) {
+  const char *end = format + strlen(format);
+  while (end > format && iscntrl(static_cast<unsigned char>(end[-1]))) --end;
+  return end;
+}
+
+// Whatever the arguments hold, the message stays the line that its format makes. A format of several lines,
+// such as a plugin may have, is written as it is.
+void write_text(FILE *out, const char *format, va_list arguments) {
+  const char *end = end_of(format);
+  if (std::any_of(format, end, [](unsigned char byte) { return iscntrl(byte); })) {
+    vfprintf(out, format, arguments);
+    return;
+  }
+  va_list again;
+  va_copy(again, arguments);
+  char buffer[1024];
+  const int length = vsnprintf(buffer, sizeof buffer, format, arguments);
+  const bool fits = length >= 0 && static_cast<size_t>(length) < sizeof buffer;
+  char *longer = nullptr;
+  if (!fits && vasprintf(&longer, format, again) < 0)
+    longer = nullptr; // without memory its beginning has to do
+  va_end(again);
+  const vorn::CString owner(longer);
+  std::string_view text = longer ? longer : buffer;
+  if (text.ends_with(end)) text.remove_suffix(strlen(end));
+  vorn::put_escaped(out, text);
+  fputs(end, out);
 }
 
 void exit_or_continue() {
@@ -71,7 +106,7 @@ void vorn::log_message(int min, const char *format, va_list arguments) noexcept 
   FILE *out = vorn_debug_get_stream();
   fputs(prefix, out);
   if (timestamp) fprintf(out, "[%s] ", local_time().text);
-  vfprintf(out, format, arguments);
+  write_text(out, format, arguments);
   fflush(out);
 }
 
@@ -98,15 +133,15 @@ void vorn_debug_fatal(const char *text) noexcept {
 // As perror(3) writes it.
 void vorn_debug_perror(const char *text) noexcept {
   const int error = errno;
-  fputs(prefix, stderr);
-  if (timestamp) fprintf(stderr, "[%s] ", local_time().text);
-  fprintf(stderr, "%s: %s\n", vorn::or_null(text), strerror(error));
+  const LocalTime now = local_time();
+  fprintf(stderr, "%s%s%s%s%s: %s\n", prefix, timestamp ? "[" : "", timestamp ? now.text : "",
+          timestamp ? "] " : "", vorn::Excerpt(text).get(), strerror(error));
   errno = error;
 }
 
 void vorn_debug_fatal_perror(const char *text) noexcept {
   const int error = errno;
-  char message[512];
+  char message[2 * vorn::max_logged_text];
   snprintf(message, sizeof message, "Fatal error: %s", vorn::or_null(text));
   errno = error;
   vorn_debug_perror(message);

@@ -1,6 +1,7 @@
 #include "model/instance.hpp"
 
 #include "core/guard.hpp"
+#include "core/log_text.hpp"
 #include "core/refuse.hpp"
 #include <algorithm>
 #include <cstdio>
@@ -33,8 +34,8 @@ bool value_is_valid(vorn_instance &instance, const vorn_property &property, cons
   const bool valid = (!property.is_valid || property.is_valid(value)) &&
                      (!property.is_instance_valid || property.is_instance_valid(&instance, value));
   if (valid) return true;
-  return refuse_aloud("Value \"%s\" is not valid for property \"%s\" of class \"%s\".\n", value,
-                      property.name.c_str(), instance.cls->name.c_str());
+  return refuse_aloud("Value \"%s\" is not valid for property \"%s\" of class \"%s\".\n",
+                      vorn::Excerpt(value).get(), property.name.c_str(), instance.cls->name.c_str());
 }
 
 // Puts the value after all others. What can fail comes first; the old value is freed last, since the new one
@@ -150,10 +151,13 @@ void vorn_instance_print(const vorn_instance *instance, FILE *stream) noexcept {
     return;
   }
   const char *name = instance->name.get();
-  fprintf(stream, "Instance name: %s\tclass: %s\n", name ? name : "n/a", instance->cls->name.c_str());
+  fputs("Instance name: ", stream);
+  vorn::put_escaped(stream, name ? name : "n/a");
+  fprintf(stream, "\tclass: %s\n", instance->cls->name.c_str());
   for (const auto &entry : *instance->values) {
-    const char *value = entry.value.get();
-    fprintf(stream, "   %s =\t%s\n", entry.name(), value ? value : "");
+    fprintf(stream, "   %s =\t", entry.name());
+    vorn::put_escaped(stream, entry.value.get());
+    fputs("\n", stream);
   }
 }
 

@@ -1,6 +1,7 @@
 #include "process/spawn.hpp"
 
 #include "core/guard.hpp"
+#include "core/log_text.hpp"
 #include "core/refuse.hpp"
 #include "core/signal_block.hpp"
 #include "process/reboot.h"
@@ -23,8 +24,10 @@ void log_start(char *const argv[]) {
   if (vorn_debug_get() == 0) return;
   FILE *stream = vorn_debug_get_stream();
   vorn_debug_printf("Running \"");
-  for (char *const *argument = argv; *argument; ++argument)
-    fprintf(stream, "%s%s", argument == argv ? "" : " ", *argument);
+  for (char *const *argument = argv; *argument; ++argument) {
+    if (argument != argv) fputs(" ", stream);
+    put_escaped(stream, *argument);
+  }
   fputs("\" ", stream);
   fflush(stream);
 }

@@ -8,11 +8,7 @@
 
 namespace {
 
-// A decoded character and how many bytes it took; 0 bytes for what is not UTF-8 (RFC 3629).
-struct Decoded {
-  uint32_t character;
-  size_t length;
-};
+using vorn::Decoded;
 
 Decoded decode(const unsigned char *bytes) {
   static constexpr struct {
@@ -69,15 +65,18 @@ const char *element_text(const xmlNode &element) noexcept {
   return vorn_util_xmlNodeListGetString(element.doc, first_child(element), 1);
 }
 
+Decoded decode_utf8(const char *bytes) noexcept {
+  return decode(reinterpret_cast<const unsigned char *>(bytes));
+}
+
 bool xml_can_carry(const char *text) noexcept {
-  const auto *bytes = reinterpret_cast<const unsigned char *>(text);
-  const auto *const start = bytes;
-  while (*bytes) {
-    const Decoded next = decode(bytes);
+  const char *const start = text;
+  while (*text) {
+    const Decoded next = decode_utf8(text);
     if (next.length == 0 || !is_xml_character(next.character)) return false;
-    bytes += next.length;
+    text += next.length;
   }
-  return bytes - start < XML_MAX_TEXT_LENGTH;
+  return text - start < XML_MAX_TEXT_LENGTH;
 }
 
 bool is_xml_name(const char *name) noexcept { return xmlValidateName(xml_text(name), 0) == 0; }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "xml/nodes.h"
+#include <cstdint>
 #include <libxml/tree.h>
 
 namespace vorn {
@@ -20,6 +21,13 @@ const xmlNode *first_child(const xmlNode &node) noexcept;
 
 // The value of an element: the content of its first child when that is text, else null.
 const char *element_text(const xmlNode &element) noexcept;
+
+// A decoded character and how many bytes it took; 0 bytes for what is not UTF-8 (RFC 3629).
+struct Decoded {
+  uint32_t character;
+  size_t length;
+};
+Decoded decode_utf8(const char *bytes) noexcept;
 
 // Whether an XML document can hold the text and be read again: valid UTF-8 of the characters that XML 1.0
 // allows (its production 2, "Char"), and not more of them than libxml2 takes.

@@ -1,7 +1,9 @@
 #include "common/log.hpp"
-#include "core/debug.h"
+#include "core/debug.hpp"
+#include "core/log_text.hpp"
 
 #include <cerrno>
+#include <cstdarg>
 #include <gtest/gtest.h>
 
 namespace {
@@ -29,6 +31,41 @@ TEST(Debug, TakesTextsOfFatalErrorsAsTheyAre) {
   EXPECT_EQ(log.take(),
             "vorn: Fatal error: 100%s %n\nvorn: Attempting to continue operation.\n"
             "vorn: Fatal error: %d: Permission denied\nvorn: Attempting to continue operation.\n");
+}
+
+// Who can choose a value must not write lines of the log.
+TEST(Debug, ShowsControlCharactersOfArgumentsAndKeepsThoseOfTheFormat) {
+  Log log;
+  const std::string large(2000, 'x');
+  const struct {
+    const char *format;
+    std::string argument, line;
+  } cases[] = {
+      {"[%s]\r\n", "a\nvorn: b\r\t\x1b[2J\x7f", "vorn: [a\\nvorn: b\\r\\t\\x1b[2J\\x7f]\r\n"},
+      {"%s", "a\n", "vorn: a\\n"},
+      {"%s\n", large + "\n" + large, "vorn: " + large + "\\n" + large + "\n"},
+      {"two\nlines %s\n", "a", "vorn: two\nlines a\n"},
+      {"%s\n", "Zürich — 東京", "vorn: Zürich — 東京\n"},
+  };
+  for (const auto &c : cases) {
+    [](const char *format, ...) {
+      va_list arguments;
+      va_start(arguments, format);
+      vorn::log_message(0, format, arguments);
+      va_end(arguments);
+    }(c.format, c.argument.c_str());
+    EXPECT_EQ(log.take(), c.line);
+  }
+}
+
+TEST(Debug, ShowsTheBeginningOfALongTextAndItsLength) {
+  EXPECT_STREQ(vorn::Excerpt(std::string(512, 'x').c_str()).get(), std::string(512, 'x').c_str());
+  EXPECT_EQ(vorn::Excerpt((std::string(511, '\n') + "€uro").c_str()).get(), [] {
+    std::string shown;
+    for (int i = 0; i < 511; ++i) shown += "\\n";
+    return shown + "... (517 bytes)";
+  }());
+  EXPECT_STREQ(vorn::Excerpt(nullptr).get(), "(null)");
 }
 
 } // namespace
