@@ -6,13 +6,15 @@
 
 VORN_BEGIN_DECLS
 
-/* 1 when the command line asked for no actions: no command or service is started, no service signalled, the
- * system not rebooted and the watchdog stopped; each such step is only logged. What the agent itself does
- * through the shell, such as syncing, is done all the same. Else 0. */
+/* 1 when the command line asked for no actions, else 0. Whatever starts a program, signals another process,
+ * reboots or removes what is not the agent's own is then only logged: commands and services, the corrective
+ * action, the signals at the agent's end. The watchdog is stopped. What the agent writes itself it writes all
+ * the same: the configuration, its default with its checksum, the counter of boots, the files of a restore.
+ */
 VORN_API extern int vorn_process_no_actions;
 
-/* Ends the event loop; behind it the agent asks init to terminate the system. Returns what eloop_terminate
- * returns. */
+/* Ends the event loop; behind it the agent asks init to terminate the system, but only ends itself in the
+ * mode without actions. Returns what eloop_terminate returns. */
 VORN_API int vorn_reboot(void) VORN_NOEXCEPT;
 
 /* Reboots as above and says so, or, in the mode without actions, only says that it does not. */

@@ -50,8 +50,8 @@ VORN_API int vorn_service_is_running(const char *name) VORN_NOEXCEPT;
  * when it is unknown or stopped already, and in the mode without actions. */
 VORN_API int vorn_service_stop(const char *name, int signal, unsigned timeout) VORN_NOEXCEPT;
 
-/* Stops every running service, one after the other: with SIGTERM and five seconds of patience, then with
- * SIGKILL and one. */
+/* Stops every service that is not stopped, all at once: with SIGTERM and five seconds of patience, then, who
+ * is left, with SIGKILL and one. */
 VORN_API void vorn_service_shutdown(void) VORN_NOEXCEPT;
 
 /* The handler of SIGCHLD: collects every child that has ended. Safe in signal context. Returns 1. */
