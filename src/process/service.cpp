@@ -73,6 +73,7 @@ int start(const char *name, char *const argv[], const vorn::SpawnOptions &option
   if (!service) return 1;
   const pid_t pid = vorn::spawn(argv, options);
   if (pid < 1) return 1;
+  service->start = 0; // before: a signal may have the services stopped at any moment
   service->pid = pid;
   service->start = vorn::identify(pid).start;
   vorn_debug_1printf("%s: service %s started, pid %d...\n", "vorn_service_execvod", name, pid);
