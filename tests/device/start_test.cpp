@@ -167,6 +167,7 @@ TEST(Start, WhatAKilledAgentHasLeftIsEndedAndNothingElse) {
     EXPECT_TRUE(eventually([] { return contains(Agent::log(), "its services are left to it.\n"); }));
     EXPECT_TRUE(runs("sleep 304") && runs("sleep 305"));
   }
+  EXPECT_EQ(system(("awk '{ print $1, $22, \"init\" }' /proc/1/stat >> " + record).c_str()), 0);
   append_file(record, std::to_string(stranger.pid) + " 12345 stranger\n-1 5 x\n0 5 x\n1 5 init\n\n5\n" +
                           std::to_string(stranger.pid) + " 0 stranger\n99999999999999999999 1 x\n" +
                           string(5000, '9') + "\n" + string("\0 \0\n", 4) + std::to_string(getpid()));
@@ -189,6 +190,7 @@ TEST(Start, WhatAKilledAgentHasLeftIsEndedAndNothingElse) {
     EXPECT_EQ(inform("object=service&start=exec sleep 306"), "OK\n");
     EXPECT_TRUE(eventually([] { return runs("sleep 306"); }));
   }
+  write_file("/dev/console", "");
   string text = read_file(record);
   write_file(record, text.replace(text.find('-') + 1, 4, "zzzz")); // in the middle of the boot's identity
   Agent agent;
