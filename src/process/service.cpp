@@ -5,6 +5,7 @@
 #include "core/immortal.hpp"
 #include "core/keyed_table.hpp"
 #include "core/refuse.hpp"
+#include "core/signal_block.hpp"
 #include "process/argument_list.hpp"
 #include "process/patience.hpp"
 #include "process/reboot.h"
@@ -69,11 +70,11 @@ void record_services() {
 }
 
 int start(const char *name, char *const argv[], const vorn::SpawnOptions &options) {
+  const vorn::SignalBlock blocked; // a handler that stops the services finds this one whole, or not at all
   Service *service = find_or_add(name);
   if (!service) return 1;
   const pid_t pid = vorn::spawn(argv, options);
   if (pid < 1) return 1;
-  service->start = 0; // before: a signal may have the services stopped at any moment
   service->pid = pid;
   service->start = vorn::identify(pid).start;
   vorn_debug_1printf("%s: service %s started, pid %d...\n", "vorn_service_execvod", name, pid);
