@@ -5,8 +5,7 @@
 #include <stdio.h>
 #include <vorn.h>
 
-#define DHCP_SERVICE "dnsmasq" /* the agent's name for the daemon, which is also its program's */
-#define DHCP_PID_PATH "/var/run/dnsmasq.pid"
+#define DHCP_SERVICE "dnsmasq" /* the agent's name for the daemon */
 
 /* dhcp_file.c: makes the text of the daemon's configuration file, which the caller frees; null when no server
  * is enabled. */

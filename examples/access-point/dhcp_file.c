@@ -13,7 +13,7 @@
 static const char common[] = "# Written by the configuration agent: changes are lost.\n"
                              "user=\n"
                              "group=\n"
-                             "pid-file=" DHCP_PID_PATH "\n"
+                             "pid-file=/var/run/dnsmasq.pid\n"
                              "bind-dynamic\n"
                              "except-interface=lo\n"
                              "no-hosts\n"

@@ -2,7 +2,7 @@
 
 #include "core/debug.h"
 #include "process/reboot.h"
-#include "process/watchdog.h"
+#include "process/watchdog.hpp"
 #include <cstdio>
 #include <cstdlib>
 #include <unistd.h>
@@ -27,7 +27,7 @@ constexpr char usage_text[] =
 
 // Who only asks for help must not leave a watchdog behind that nobody feeds.
 [[noreturn]] void exit_with_usage() {
-  vorn_watchdog_stop();
+  if (watchdog_is_armed()) vorn_watchdog_stop();
   fprintf(stderr, usage_text, VORN_DEBUG_MAX);
   exit(1);
 }

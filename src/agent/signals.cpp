@@ -6,6 +6,7 @@
 #include "model/classes.h"
 #include "model/instances.h"
 #include "process/service.h"
+#include "process/steps.hpp"
 #include "process/watchdog.h"
 #include <csignal>
 #include <cstdlib>
@@ -34,7 +35,7 @@ void stop_watchdog(int) { vorn_watchdog_stop(); }
 [[noreturn]] void stop(int number) {
   vorn_service_shutdown();
   signal(SIGTERM, SIG_IGN); // the agent is one of its group
-  kill(0, SIGTERM);
+  send_signal(0, SIGTERM, "the process group");
   vorn_debug_printf("Exit due to signal %d.\n", number);
   exit(0);
 }

@@ -2,6 +2,7 @@
 
 #include "agent/options.hpp"
 #include "agent/signals.hpp"
+#include "agent/standard_streams.hpp"
 #include "commit/providers.h"
 #include "config/config.h"
 #include "config/paths.hpp"
@@ -12,15 +13,17 @@
 #include "notify/notify.h"
 #include "plugins/loader.hpp"
 #include "process/command.h"
+#include "process/leftovers.hpp"
 #include "process/reboot.hpp"
 #include "process/service.h"
+#include "process/steps.hpp"
 #include "process/watchdog.h"
 #include "servers/inform.h"
 #include "servers/lsql_server.hpp"
 #include "servers/socket_api.hpp"
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -30,7 +33,7 @@ namespace vorn {
 namespace {
 
 constexpr char pid_path[] = "/var/run/vorn.pid";
-constexpr char null_path[] = "/dev/null";
+constexpr char services_path[] = "/var/run/vorn.services";
 constexpr char panic_path[] = "/proc/sys/kernel/panic";
 constexpr char rebuild_path[] = "/etc/rebuild";
 constexpr char post_init_path[] = "/etc/post-init";
@@ -39,10 +42,6 @@ constexpr unsigned periodic_seconds = 2;
 constexpr unsigned rebuild_seconds = 16;
 constexpr unsigned reboot_seconds = 5;
 constexpr unsigned settle_seconds = 5;
-
-void run_shell(const char *command) {
-  if (system(command) == -1) vorn_debug_perror(command);
-}
 
 bool can_be_read(const char *path) { return File(fopen(path, "re")) != nullptr; }
 
@@ -64,8 +63,7 @@ void close_schema() {
 void daemonize() {
   vorn_debug_printf("Daemonizing...\n");
   if (daemon(1, 1) != 0) perror("daemon");
-  close(STDIN_FILENO);
-  if (open(null_path, O_RDWR) != STDIN_FILENO) vorn_debug_eprintf("Couldn't assign /dev/null to STDIN.\n");
+  release_standard_input();
   vorn_debug_printf("Daemonized.\n");
 }
 
@@ -89,9 +87,20 @@ void load_startup_configuration() {
   if (vorn_config_copy_startup_to_running() == 1) take_corrective_action("rm -f /mnt/etc/*rescue*");
 }
 
+// The files of a restore are the agent's own: they come and go in the mode without actions, too, in which no
+// program is run for it.
+void make_rebuild_marker() {
+  const Descriptor marker(open(rebuild_path, O_WRONLY | O_CREAT | O_CLOEXEC, 0666)); // less the umask
+  if (!marker) vorn_debug_perror(rebuild_path);
+}
+
+void remove_restored(const char *path) {
+  if (unlink(path) != 0 && errno != ENOENT) vorn_debug_perror(path);
+}
+
 void rebuild_by_reboot(void *, void *) {
   vorn_debug_eprintf("auto rebuild procedure started.\n");
-  run_shell("touch /etc/rebuild");
+  make_rebuild_marker();
   vorn_util_reboot();
 }
 
@@ -109,8 +118,8 @@ void restore_backup() {
     vorn_config_copy_running_to_startup();
     eloop_register_timeout(reboot_seconds, 0, reboot_restored, nullptr, nullptr);
   }
-  run_shell("rm -f /etc/config/backup_config.xml");
-  run_shell("rm -f /etc/rebuild");
+  remove_restored(backup_path);
+  remove_restored(rebuild_path);
 }
 
 // A backup is restored over two boots: the first one marks the system for the rebuild and reboots, the second
@@ -147,7 +156,7 @@ void write_pid_file() {
 void announce() {
   vorn_debug_printf("Initialization complete.\r\n");
   sleep(settle_seconds);
-  run_shell("sync");
+  sync();
   run_shell("/usr/sbin/version &");
   struct stat status;
   if (stat(post_init_path, &status) == 0) vorn_command_execl(post_init_path, static_cast<char *>(nullptr));
@@ -155,13 +164,14 @@ void announce() {
 
 int end_agent() {
   unlink(pid_path);
-  if (reboot_requested()) kill(1, SIGTERM); // init restarts the device
+  if (reboot_requested()) send_signal(1, SIGTERM, "process 1"); // init restarts the device
   return 1;
 }
 
 } // namespace
 
 int run_agent(int argc, char **argv) {
+  fill_standard_streams();
   vorn_debug_init();
   vorn_watchdog_ack(); // the slow part begins
   const Options options = parse_options(argc, argv);
@@ -169,6 +179,7 @@ int run_agent(int argc, char **argv) {
   vorn_providers_init();
   eloop_init(nullptr);
   vorn_service_init();
+  take_over_services(services_path);
   close_schema();
   if (!options.foreground) daemonize();
   install_signal_handlers();

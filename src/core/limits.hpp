@@ -32,4 +32,19 @@ constexpr size_t max_attributes = 64;
 // What is logged of a text that comes from outside, in bytes: enough to recognise it on a slow console.
 constexpr size_t max_logged_text = 512;
 
+// ---- Services, as the agent starts and stops ----
+
+// How long all services together may take to end when they are asked to (SIGTERM), and then when they are
+// killed (SIGKILL), in microseconds: who asks the agent to end waits that long.
+constexpr unsigned term_timeout = 5'000'000;
+constexpr unsigned kill_timeout = 1'000'000;
+
+// How often it is looked whether they have ended, in microseconds.
+constexpr unsigned end_poll_interval = 50'000;
+
+// The record that an agent leaves to the next one: this many services, and so many bytes of their names.
+// Further services run as well, but outlive an agent that is killed.
+constexpr size_t max_recorded_services = 256;
+constexpr size_t max_recorded_name = 64;
+
 } // namespace vorn

@@ -5,33 +5,32 @@
 #include "core/immortal.hpp"
 #include "core/keyed_table.hpp"
 #include "core/refuse.hpp"
+#include "core/signal_block.hpp"
 #include "process/argument_list.hpp"
 #include "process/reboot.h"
+#include "process/service_record.hpp"
 #include "process/spawn.hpp"
+#include "process/wait_until.hpp"
 #include <cerrno>
-#include <chrono>
 #include <csignal>
-#include <cstring>
 #include <sys/wait.h>
 
 volatile int sig_child_received = 0;
 
 namespace {
 
+using vorn::Clock;
 using vorn::guarded;
 using vorn::log_rest;
 using vorn::refuse_aloud;
-using Clock = std::chrono::steady_clock;
-
-constexpr unsigned poll_interval = 50'000; // all in microseconds
-constexpr unsigned shutdown_timeout = 5'000'000;
-constexpr unsigned kill_timeout = 1'000'000;
 
 enum class State { stopped, running, stopping };
 
 struct Service {
   State state = State::stopped;
   pid_t pid = 0;
+  unsigned long long start = 0; // of the process; 0 is unknown
+  bool awaited = false;         // by the shutdown
   vorn_service_exited_fn exited = nullptr;
   void *value = nullptr;
 };
@@ -53,27 +52,35 @@ Service *find_or_add(const char *name) {
 
 bool process_exists(pid_t pid) { return kill(pid, 0) == 0; }
 
-// The state letter of a process (proc(5), "stat"), which follows its name in parentheses; the name may
-// hold any character. NUL when it cannot be read.
-char process_state(pid_t pid) {
-  char path[32];
-  char line[256] = "";
-  snprintf(path, sizeof path, "/proc/%d/stat", pid);
-  const vorn::File file(fopen(path, "re"));
-  if (file) line[fread(line, 1, sizeof line - 1, file.get())] = '\0';
-  const char *end = strrchr(line, ')');
-  return end && end[1] == ' ' ? end[2] : '\0';
+// Notes what runs for an agent that comes after this one, if it is killed.
+void record_services() {
+  if (!vorn::keeps_service_record()) return;
+  guarded(0, [] {
+    std::vector<vorn::RecordedService> running;
+    for (const auto &entry : *services)
+      if (const Service &service = entry.value; service.state != State::stopped && service.start > 0)
+        running.push_back({{service.pid, service.start}, entry.name()});
+    running.resize(std::min(running.size(), vorn::max_recorded_services));
+    if (running.empty())
+      vorn::remove_service_record();
+    else
+      vorn::write_service_record(running);
+    return 0;
+  });
 }
 
 int start(const char *name, char *const argv[], const vorn::SpawnOptions &options) {
+  const vorn::SignalBlock blocked; // a handler that stops the services finds this one whole, or not at all
   Service *service = find_or_add(name);
   if (!service) return 1;
   const pid_t pid = vorn::spawn(argv, options);
   if (pid < 1) return 1;
   service->pid = pid;
+  service->start = vorn::identify(pid).start;
   vorn_debug_1printf("%s: service %s started, pid %d...\n", "vorn_service_execvod", name, pid);
   service->state = State::running;
   log_rest("\n");
+  record_services();
   return 0;
 }
 
@@ -82,18 +89,51 @@ int start_list(const char *name, const char *program, va_list *rest, bool with_o
   return list.read(program, rest, with_options) ? start(name, list.arguments.data(), list.options) : 1;
 }
 
-// Waits for the end of a process. Returns whether it has come; it has also when somebody else has collected
-// the process.
-bool wait_for_end(pid_t pid, unsigned timeout) {
-  const auto begin = Clock::now();
-  const std::chrono::microseconds limit(timeout);
-  while (waitpid(pid, nullptr, WNOHANG) == 0) {
-    usleep(poll_interval);
-    if (Clock::now() - begin > limit) return false;
+// Sends a signal to a service, which is stopping from now on. Returns false in the mode without actions.
+bool ask_to_end(const char *name, Service &service, int signal) {
+  vorn_debug_1printf("%s: Sending signal %d to service %s with pid %d.\n", "vorn_service_stop", signal, name,
+                     service.pid);
+  service.state = State::stopping;
+  if (vorn_process_no_actions) {
+    log_rest("(no actions)\n");
+    service.state = State::stopped;
+    return false;
   }
-  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - begin);
+  // One that cannot be sent leaves the verdict to the wait; and the number may have gone to another process.
+  if (service.start == 0 || vorn::identify(service.pid).start == service.start) kill(service.pid, signal);
+  return true;
+}
+
+// Returns whether a process, which was asked to end at `asked`, has; it has also when somebody else has
+// collected it.
+bool has_ended(pid_t pid, Clock::time_point asked) {
+  if (waitpid(pid, nullptr, WNOHANG) == 0) return false;
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - asked);
   vorn_debug_1printf("child pid %d exited in %d seconds\n", pid, static_cast<int>(seconds.count()));
   return true;
+}
+
+void tell_timeout(const char *name, const Service &service, int signal) {
+  vorn_debug_printf("Timeout while sending signal %d to service %s with pid %d.\n", signal, name,
+                    service.pid);
+}
+
+// Waits for all services that have been asked, together. Returns whether they have ended; who has not is
+// awaited still.
+bool await_all(int signal, unsigned timeout) {
+  const auto none_left = [asked = Clock::now()] {
+    bool none = true;
+    for (auto &entry : *services)
+      if (Service &service = entry.value; service.awaited) {
+        service.awaited = !has_ended(service.pid, asked);
+        none = none && !service.awaited;
+      }
+    return none;
+  };
+  if (vorn::holds_within(timeout, none_left)) return true;
+  for (const auto &entry : *services)
+    if (entry.value.awaited) tell_timeout(entry.name(), entry.value, signal);
+  return false;
 }
 
 // A service has ended by itself. Its callback may start it again.
@@ -151,35 +191,34 @@ int vorn_service_execvod(const char *name, char *const argv[], int output, const
 int vorn_service_is_running(const char *name) noexcept {
   const Service *service = find(name);
   if (!service || service->state != State::running || !process_exists(service->pid)) return 0;
-  const char state = process_state(service->pid);
+  const char state = vorn::process_state(service->pid);
   return state && state != 'Z' ? 1 : 0;
 }
 
 int vorn_service_stop(const char *name, int signal, unsigned timeout) noexcept {
   Service *service = find(name);
   if (!service || service->state == State::stopped) return 0;
-  const pid_t pid = service->pid;
-  vorn_debug_1printf("%s: Sending signal %d to service %s with pid %d.\n", "vorn_service_stop", signal, name,
-                     pid);
-  service->state = State::stopping;
-  if (vorn_process_no_actions) {
-    log_rest("(no actions)\n");
-    service->state = State::stopped;
-    return 0;
-  }
-  kill(pid, signal); // one that cannot be sent leaves the verdict to the wait
-  if (timeout == 0 || wait_for_end(pid, timeout)) return 1;
-  vorn_debug_printf("Timeout while sending signal %d to service %s with pid %d.\n", signal, name, pid);
+  if (!ask_to_end(name, *service, signal)) return 0;
+  const auto ended = [pid = service->pid, asked = Clock::now()] { return has_ended(pid, asked); };
+  if (timeout == 0 || vorn::holds_within(timeout, ended)) return 1;
+  tell_timeout(name, *service, signal);
   return -1;
 }
 
+// It may run in signal context, while the agent starts: nothing is allocated.
 void vorn_service_shutdown() noexcept {
   for (auto &entry : *services) {
-    if (entry.value.state != State::running) continue;
-    vorn_debug_1printf("Stopping %s (%d)...\n", entry.name(), entry.value.pid);
-    if (vorn_service_stop(entry.name(), SIGTERM, shutdown_timeout) < 0)
-      vorn_service_stop(entry.name(), SIGKILL, kill_timeout);
+    Service &service = entry.value;
+    if (service.state == State::stopped) continue;
+    vorn_debug_1printf("Stopping %s (%d)...\n", entry.name(), service.pid);
+    service.awaited = ask_to_end(entry.name(), service, SIGTERM);
   }
+  if (!await_all(SIGTERM, vorn::term_timeout)) {
+    for (auto &entry : *services)
+      if (entry.value.awaited) ask_to_end(entry.name(), entry.value, SIGKILL);
+    if (!await_all(SIGKILL, vorn::kill_timeout)) return;
+  }
+  vorn::remove_service_record();
 }
 
 int vorn_service_sig_child(int, void *, void *) noexcept {
@@ -195,15 +234,18 @@ void vorn_service_poll() noexcept {
   if (!sig_child_received || polling) return; // from a callback: the next poll sees what there is
   sig_child_received = 0;
   polling = true;
+  bool ended = false;
   for (auto it = services->iterate(); auto *entry = it.next();) {
     Service &service = entry->value;
     if (service.state == State::stopped || process_exists(service.pid)) continue;
+    ended = true;
     if (service.state == State::stopping)
       service.state = State::stopped;
     else
       forget(entry);
   }
   polling = false;
+  if (ended) record_services();
 }
 
 void vorn_service_print(FILE *stream) noexcept {

@@ -2,7 +2,7 @@
 //   not_opened     | open, then keep alive; or stop   | stopped, nothing to disarm
 //   an open one    | keep alive                       | disarm, close
 //   stopped        | nothing                          | said again
-#include "process/watchdog.h"
+#include "process/watchdog.hpp"
 
 #include "core/debug.h"
 #include <fcntl.h>
@@ -36,6 +36,8 @@ bool open_watchdog() {
 }
 
 } // namespace
+
+bool vorn::watchdog_is_armed() noexcept { return descriptor >= 0; }
 
 void vorn_watchdog_ack() noexcept {
   if (descriptor == stopped || (descriptor == not_opened && !open_watchdog())) return;

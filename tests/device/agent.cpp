@@ -35,7 +35,7 @@ void prepare_device(std::initializer_list<const char *> plugins, const std::stri
   // By name: the repository itself may stand below /tmp.
   std::string command = "mkdir -p /usr/lib/vorn/plugins /etc/config && : > /dev/console && rm -rf "
                         "/usr/lib/vorn/plugins/* /etc/config/* /etc/*config.xml /etc/post-init /etc/rebuild "
-                        "/var/log/*.log /var/run/vorn.pid "
+                        "/var/log/*.log /var/run/vorn.* "
                         "/dev/watchdog /tmp/factory-reset /tmp/defaultconfig* /tmp/md5.gen /tmp/commits "
                         "/tmp/live /tmp/output /tmp/reply /tmp/slow /tmp/script /tmp/post-init";
   for (const char *plugin : plugins)
@@ -44,13 +44,15 @@ void prepare_device(std::initializer_list<const char *> plugins, const std::stri
   if (!config.empty()) write_file(config_path, config);
 }
 
-Agent::Agent(std::initializer_list<const char *> options) : pid_(fork()) {
+Agent::Agent(std::initializer_list<const char *> options, Streams streams) : pid_(fork()) {
   if (pid_ != 0) return;
   setpgid(0, 0);
   const int output = open("/tmp/output", O_WRONLY | O_CREAT | O_TRUNC, 0600);
   dup2(output, STDOUT_FILENO);
   dup2(output, STDERR_FILENO);
   close(output);
+  if (streams == Streams::closed)
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) close(stream);
   std::vector<char *> arguments = {const_cast<char *>("vorn")};
   for (const char *option : options) arguments.push_back(const_cast<char *>(option));
   arguments.push_back(nullptr);

@@ -32,10 +32,12 @@ template <class Condition> bool eventually(Condition condition, int seconds = 20
   return condition();
 }
 
+enum class Streams { open, closed };
+
 // A running agent, in a process group of its own since it signals its group.
 class Agent {
 public:
-  explicit Agent(std::initializer_list<const char *> options = {"-f"});
+  explicit Agent(std::initializer_list<const char *> options = {"-f"}, Streams streams = Streams::open);
   ~Agent(); // ends it when a test has not
 
   pid_t pid() const { return pid_; }

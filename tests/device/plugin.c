@@ -108,10 +108,11 @@ static void service_ended(void *value) {
 
 /* Does with a service what the request asks for. */
 static int serve(void) {
-  const char *script = vorn_inform_get_value("start");
-  if (!script) return vorn_service_stop("child", SIGTERM, 100000) != 1;
-  vorn_service_set_exited_fn("child", service_ended, (void *)"The child");
-  return vorn_service_execl("child", "sh", "-c", script, NULL);
+  const char *script = vorn_inform_get_value("start"), *name = vorn_inform_get_value("name");
+  if (!name) name = "child";
+  if (!script) return vorn_service_stop(name, SIGTERM, 100000) != 1;
+  vorn_service_set_exited_fn(name, service_ended, (void *)"The child");
+  return vorn_service_execl(name, "sh", "-c", script, NULL);
 }
 
 static int keep_default(void) { return vorn_config_copy_running_to_default(); }
@@ -138,7 +139,7 @@ int vorn_plugin_init(void) {
   vorn_provider_set_refresh_fn(provider, refresh, NULL);
   vorn_providers_add(provider);
   if (vorn_inform_fn_add("wan", note_inform) != 0 || vorn_inform_fn_add("service", serve) != 0 ||
-      vorn_inform_fn_add("default", keep_default) != 0)
+      vorn_inform_fn_add("default", keep_default) != 0 || vorn_inform_fn_add("reboot", vorn_reboot) != 0)
     return 1;
   return vorn_providers_order("apply", "save");
 }
