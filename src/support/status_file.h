@@ -8,11 +8,12 @@ VORN_BEGIN_DECLS
 
 /* Appends one table line, made from a status file, at `out`: the prefix, which brings its own blank, and the
  * values of the keys that the columns name, in their order, an empty one for a key that the file does not
- * have. A value with a blank in it is put between double quotes; one that has such quotes itself breaks its
- * line. Of the file the first 2048 bytes count; a line that they cut is left out, as the log says at level 1.
- * Keys behind the 62nd column are not looked for. `room` is the number of bytes at `out`; from the first
- * value on that does not fit all are left out. `columns` is ended by null. Returns 0; 1 when the file cannot
- * be opened, which is reported and appends nothing. */
+ * have. Whatever a value holds, it stays one field: one with a blank in it is put between double quotes, and
+ * its own ones are written as "&quot;", unless it begins with a quoted text that has all its blanks. A NUL
+ * becomes U+FFFD. Of the file the first 2048 bytes count; a line that they cut is left out, as the log says
+ * at level 1. Keys behind the 62nd column are not looked for. `room` is the number of bytes at `out`; from
+ * the first value on that does not fit all are left out. `columns` is ended by null. Returns 0; 1 when the
+ * file cannot be opened, which is reported and appends nothing. */
 VORN_API int vorn_util_add_line_from_proc(char *out, int room, const char *path, const char *prefix,
                                           const char **columns) VORN_NOEXCEPT;
 

@@ -10,12 +10,16 @@
  *   "name", "*name" the field is the instance's name; an empty one selects nothing
  *   ""              the field is passed over
  *
- * What stands directly behind a closing quote, other than a blank or the line's end, ends the whole text.
+ * What stands directly behind a closing quote, up to the next blank or the line's end, belongs to the field
+ * as it is: "a b"c is the field a bc.
  *
- * Fields go into the update as they are, and the update may do what no client may. Text that strangers have a
- * part in, such as the names of other networks, must have "<", "&" and double quotes taken out before: it
- * could hold further operations, deletions included. An update stores into the running configuration, not
- * into the copy that a write transaction works on. */
+ * Fields may hold any bytes, such as the names that strangers give to their networks: an update made of a
+ * line does nothing but set the values of the columns in the instances that the line selects. Only a
+ * reference to a character, such as "&amp;" or "&#38;", stands for that character. What XML cannot carry (a
+ * control character, a byte that is not UTF-8) becomes U+FFFD. Columns and the class are the plugin's own
+ * words and must be names.
+ *
+ * An update stores into the running configuration, not into the copy that a write transaction works on. */
 #ifndef VORN_SUPPORT_TEXT_TABLE_H
 #define VORN_SUPPORT_TEXT_TABLE_H
 
@@ -26,7 +30,8 @@
 VORN_BEGIN_DECLS
 
 /* The most bytes that a line may hold: in its instance name, its values and its conditions with their tags,
- * and altogether. A line that has more is reported and left out whole. */
+ * and altogether, before anything is escaped. A line that has more is reported and left out whole, as is one
+ * that finds no memory. */
 enum {
   VORN_UTIL_LONGEST_NAME = 79,
   VORN_UTIL_LONGEST_VALUES = 3000,
