@@ -50,8 +50,9 @@ VORN_API int vorn_property_set_is_instance_valid_fn(vorn_property *property,
 /* Writes the property's values to the configuration file (1) or not (0); -1 follows the class. */
 VORN_API int vorn_property_set_persistence(vorn_property *property, int persistence) VORN_NOEXCEPT;
 
-/* Returns 1 when the property may join a class, else 0: what is writable, or required without being a
- * subclass identifier, needs a value check. */
+/* Returns 1 when the property may join a class, else 0: its name must be an XML name without a colon
+ * (reported always), and what is writable, or required without being a subclass identifier, needs a value
+ * check. */
 VORN_API int vorn_property_is_valid(const vorn_property *property) VORN_NOEXCEPT;
 
 /* Writes the name and the flags readable, writable, required on insert and persistent, without a line end. */
