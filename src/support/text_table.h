@@ -10,6 +10,7 @@
  *   "name", "*name" the field is the instance's name; an empty one selects nothing
  *   ""              the field is passed over
  *
+ * A line that ends before a column that selects has that field empty: it selects nothing.
  * What stands directly behind a closing quote, up to the next blank or the line's end, belongs to the field
  * as it is: "a b"c is the field a bc.
  *
