@@ -1,7 +1,6 @@
 #include "declare.h"
 
 #include <stdlib.h>
-#include <string.h>
 
 int plugin_is_accepted(void) {
   vorn_plugin *plugin = vorn_plugin_new(VORN_PLUGIN_VERSION);
@@ -37,16 +36,9 @@ static int add_properties(vorn_class *cls, const struct property_row *rows) {
   return 0;
 }
 
-/* An insert may name the abstract class or the subclass itself. Either way the identifier must be right,
- * since the next start finds the subclass by it. */
-static int names_own_class(vorn_instance *instance, const char *value) {
-  return strcmp(value, vorn_class_get_name(vorn_instance_get_class(instance))) == 0;
-}
-
 static int make_abstract(vorn_class *cls, const char *identifier) {
   vorn_property *property = vorn_property_new(identifier);
   if (property == NULL) return 1;
-  vorn_property_set_is_instance_valid_fn(property, names_own_class);
   if (vorn_class_set_abstract(cls, 1) == 0 && vorn_class_set_subclass_identifier(cls, property) == 0)
     return 0;
   vorn_property_delete(property);

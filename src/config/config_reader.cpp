@@ -58,9 +58,11 @@ void load_value(vorn_instance &instance, const xmlNode &element) {
   const char *class_name = instance.cls->name.c_str();
   const char *text = element_text(element);
   const char *value = text ? text : "";
-  if (!vorn_class_get_property(instance.cls, name))
+  const vorn_property *property = vorn_class_get_property(instance.cls, name);
+  if (!property)
     vorn_debug_eprintf("Property \"%s\" is not valid for class \"%s\" - skipping.\n", name, class_name);
-  else if (vorn_instance_set_value(&instance, name, value) != 0)
+  else if (!vorn::keeps_class(instance, *property, value) ||
+           vorn_instance_set_value(&instance, name, value) != 0)
     vorn_debug_eprintf("Value \"%s\" is not valid for property \"%s\" of class \"%s\" - skipping.\n", value,
                        name, class_name);
 }

@@ -3,13 +3,25 @@
 #include "core/guard.hpp"
 #include "core/immortal.hpp"
 #include "core/refuse.hpp"
+#include "core/xml_text.hpp"
 
 namespace {
 
 using vorn::refuse;
+using vorn::refuse_aloud;
 
 // Plugins and instances refer to classes until the process has ended.
 vorn::Immortal<vorn::Classes> table;
+
+// Names become those of elements, and "lsql" and "where" are LSQL's own.
+bool has_good_name(const vorn_class &cls) {
+  const char *name = cls.name.c_str();
+  if (!vorn::is_xml_name(name))
+    return refuse_aloud("Class \"%s\" is refused: that is no XML name without a colon.\n", name);
+  if (cls.name == "lsql" || cls.name == "where")
+    return refuse_aloud("Class \"%s\" is refused: LSQL has elements of that name.\n", name);
+  return true;
+}
 
 // Applies one pass of the closing to every class; each failing one is named.
 template <class Pass> int pass_over_classes(Pass pass) {
@@ -28,6 +40,7 @@ vorn::Classes &vorn::classes() noexcept { return *table; }
 
 int vorn_classes_add(vorn_class *cls) noexcept {
   if (!cls) return refuse("Null class.\n");
+  if (!has_good_name(*cls)) return 1;
   return vorn::guarded(1, [&]() -> int {
     const char *name = cls->name.c_str();
     if (vorn::classes().insert(name, cls)) return 0;

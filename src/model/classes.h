@@ -12,8 +12,9 @@ VORN_BEGIN_DECLS
 /* Walks all classes. */
 typedef struct vorn_classes_iterator vorn_classes_iterator;
 
-/* Adds a class, which the registry then owns. Returns 0, or 1 when the class is null or its name taken, which
- * is logged at debug level 1 and above, or memory runs out; the class then stays the caller's. */
+/* Adds a class, which the registry then owns. Returns 0. Returns 1 when its name is "lsql", "where" or no XML
+ * name without a colon, which is logged; when the class is null or its name taken, which is logged at debug
+ * level 1 and above; or when memory runs out. The class then stays the caller's. */
 VORN_API int vorn_classes_add(vorn_class *cls) VORN_NOEXCEPT;
 
 /* Returns the class of that name, which belongs to the registry, or null. */

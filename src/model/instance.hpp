@@ -21,6 +21,12 @@ struct vorn_instance {
 
 namespace vorn {
 
+// Whether the value is none of a subclass identifier, or names the class of the instance. What else it named
+// would decide the class at the next start.
+inline bool keeps_class(const vorn_instance &instance, const vorn_property &property, const char *value) {
+  return !property.is_subclass_identifier || instance.cls->name == value;
+}
+
 struct InstanceDeleter {
   void operator()(vorn_instance *instance) const noexcept { vorn_instance_delete(instance); }
 };

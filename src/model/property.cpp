@@ -2,6 +2,7 @@
 
 #include "core/guard.hpp"
 #include "core/refuse.hpp"
+#include "core/xml_text.hpp"
 
 namespace {
 
@@ -67,6 +68,8 @@ int vorn_property_set_persistence(vorn_property *property, int persistence) noex
 int vorn_property_is_valid(const vorn_property *property) noexcept {
   if (!property) return refuse<0>("Null property.\n");
   const char *name = property->name.c_str();
+  if (!vorn::is_xml_name(name))
+    return refuse_aloud<0>("Property \"%s\" is refused: that is no XML name without a colon.\n", name);
   if (property->writable && !property->is_valid)
     return refuse<0>("Property %s is writable but has no is_valid fn.\n", name);
   if (property->required_on_insert && !property->is_subclass_identifier && !property->is_valid)

@@ -53,8 +53,9 @@ VORN_API int vorn_property_set_is_instance_valid_fn(vorn_property *property,
 /* Writes the property's values to the configuration file (1) or not (0); -1 follows the class. */
 VORN_API int vorn_property_set_persistence(vorn_property *property, int persistence) VORN_NOEXCEPT;
 
-/* Returns 1 when a class may take the property: one that is writable, or required on insert without being a
- * subclass identifier, needs a value check. Else 0, which is logged at debug level 1 and above. */
+/* Returns 1 when a class may take the property, else 0. Its name must be an XML name without a colon, else
+ * that is logged. One that is writable, or required on insert without being a subclass identifier, needs a
+ * value check, else that is logged at debug level 1 and above. */
 VORN_API int vorn_property_is_valid(const vorn_property *property) VORN_NOEXCEPT;
 
 /* Writes the name and the flags readable, writable, required on insert and persistent, without a line end. */

@@ -16,6 +16,7 @@
 #include "core/outbox.hpp"
 #include "core/refuse.hpp"
 #include "core/socket.h"
+#include "core/xml_text.hpp"
 #include <algorithm>
 #include <cstdarg>
 #include <cstdint>
@@ -83,9 +84,17 @@ void broadcast(std::string_view message, bool drop_failing) {
   va_end(again);
 }
 
+// Clients choose their origin: it must not become markup.
+void append_origin(std::string &message, const char *origin) {
+  if (!origin) return;
+  message += " origin=\"";
+  vorn::append_xml_escaped(message, origin);
+  message += '"';
+}
+
 std::string conf_message(const char *origin, int32_t number) {
   std::string message = "<?xml version=\"1.0\"?><conf_changed";
-  if (origin) append(message, " origin=\"%s\"", origin);
+  append_origin(message, origin);
   append(message, ">%d</conf_changed>\n", number);
   return message += '\0';
 }
@@ -162,7 +171,7 @@ int vorn_notify_object_change(const char *origin, const char *class_name, const 
                               const char *property, const char *value) noexcept {
   vorn::guarded(1, [&] {
     std::string message = "<?xml version=\"1.0\"?><object_changed";
-    if (origin) append(message, " origin=\"%s\"", origin);
+    append_origin(message, origin);
     append(message, "><%s", or_null(class_name));
     if (name) append(message, " name=\"%s\"", name);
     append(message, "><%s>%s</%s></%s></object_changed>\n", or_null(property), or_null(value),

@@ -63,8 +63,8 @@ VORN_API int vorn_service_is_running(const char *name) VORN_NOEXCEPT;
  * when it has not ended in time; 0 when it is unknown or stopped already, and in the mode without actions. */
 VORN_API int vorn_service_stop(const char *name, int signal, unsigned timeout) VORN_NOEXCEPT;
 
-/* Stops every service that is not stopped, all at once: with SIGTERM and a time-out of five seconds for all, then
- * those that are left with SIGKILL and one second. */
+/* Stops every service that is not stopped, all at once: with SIGTERM and a time-out of five seconds for all,
+ * then those that are left with SIGKILL and one second. */
 VORN_API void vorn_service_shutdown(void) VORN_NOEXCEPT;
 
 /* The handler of SIGCHLD: collects every child that has ended. Safe in signal context; the arguments are

@@ -112,7 +112,7 @@ bool set_property(Context &context, Operation &operation, const Assignment &to, 
   const bool writable = property->writable || (to.inserting && property->required_on_insert);
   if (!context.passive && !writable)
     return fail(context, operation, "Property \"%s\" of class \"%s\" is not writable.", name, to.class_name);
-  if (vorn_instance_set_value(&to.instance, name, value) != 0)
+  if (!keeps_class(to.instance, *property, value) || vorn_instance_set_value(&to.instance, name, value) != 0)
     return fail(context, operation, "Value \"%s\" is not valid for property \"%s\" of class \"%s\".", value,
                 name, to.class_name);
   return true;

@@ -29,7 +29,7 @@ ssize_t read_some(const Descriptor &file, char *buffer, size_t size) {
   return count;
 }
 
-// Returns the file's first bytes, up to a NUL, in whole lines. A file that cannot be read is an empty one.
+// Returns the file's first bytes in whole lines. A file that cannot be read is an empty one.
 std::string_view read_start(const Descriptor &file, const char *path, char (&buffer)[most_bytes]) {
   const ssize_t count = read_some(file, buffer, most_bytes);
   std::string_view text(buffer, count > 0 ? static_cast<size_t>(count) : 0);
@@ -39,7 +39,7 @@ std::string_view read_start(const Descriptor &file, const char *path, char (&buf
     vorn_debug_1printf("%s is longer than %zu bytes.\n", path, most_bytes);
     text = text.substr(0, text.rfind('\n') + 1);
   }
-  return text.substr(0, text.find('\0'));
+  return text;
 }
 
 using Values = std::array<std::string_view, most_keys>;
@@ -58,18 +58,60 @@ Values find_values(std::string_view text, const char *const *columns) {
   return values;
 }
 
+// Whether the text is one field of a table as it is, by the quotes that it brings or for want of blanks.
+bool is_one_field(std::string_view text) {
+  const size_t closing = text.starts_with('"') ? text.find('"', 1) : 0;
+  return closing != std::string_view::npos && text.find(' ', closing) == std::string_view::npos;
+}
+
+// How a value is written in a table, whose fields cannot hold some bytes.
+class Field {
+public:
+  explicit Field(std::string_view value) : value_(value), quoted_(!is_one_field(value)) {}
+
+  size_t size() const {
+    size_t size = quoted_ ? 2 : 0;
+    for (const char &byte : value_) size += piece(byte).size();
+    return size;
+  }
+  // Returns the end of what it has written.
+  char *write(char *out) const {
+    if (quoted_) *out++ = '"';
+    for (const char &byte : value_) {
+      const std::string_view text = piece(byte);
+      out = std::copy(text.begin(), text.end(), out);
+    }
+    if (quoted_) *out++ = '"';
+    return out;
+  }
+
+private:
+  std::string_view piece(const char &byte) const {
+    if (byte == '\0') return "\xef\xbf\xbd"; // U+FFFD
+    return byte == '"' && quoted_ ? "&quot;" : std::string_view(&byte, 1);
+  }
+
+  std::string_view value_;
+  bool quoted_;
+};
+
 // One line under construction, in a place with so much room.
 class LineWriter {
 public:
   LineWriter(char *out, int room) : out_(out), room_(room) {}
 
-  // Appends the pieces when they fit together, with room for the line's end.
-  bool add(std::initializer_list<std::string_view> pieces, bool with_blank) {
-    size_t length = 0;
-    for (const std::string_view piece : pieces) length += piece.size();
-    if (room_ < 2 || static_cast<size_t>(room_ - 2) <= length) return false;
-    for (const std::string_view piece : pieces) put(piece);
-    if (with_blank) put(" ");
+  // Both append when what they append fits, with room for the line's end.
+  bool add_prefix(std::string_view prefix) {
+    if (!has_room(prefix.size())) return false;
+    advance_to(std::copy(prefix.begin(), prefix.end(), out_));
+    return true;
+  }
+  bool add_value(std::string_view value) {
+    const Field field(value);
+    if (!has_room(field.size())) return false;
+    char *end = field.write(out_);
+    *end++ = ' ';
+    advance_to(end);
     return true;
   }
 
@@ -80,22 +122,18 @@ public:
   }
 
 private:
-  void put(std::string_view text) {
-    out_ = std::copy(text.begin(), text.end(), out_);
-    room_ -= static_cast<int>(text.size());
-    written_ = written_ || !text.empty();
+  bool has_room(size_t length) const { return room_ >= 2 && static_cast<size_t>(room_ - 2) > length; }
+
+  void advance_to(char *end) {
+    written_ = written_ || end != out_;
+    room_ -= static_cast<int>(end - out_);
+    out_ = end;
   }
 
   char *out_;
   int room_;
   bool written_ = false;
 };
-
-bool add_value(LineWriter &line, std::string_view value) {
-  const bool quoted = value.find(' ') != std::string_view::npos && value[0] != '"';
-  const std::string_view quote = quoted ? "\"" : "";
-  return line.add({quote, value, quote}, true);
-}
 
 // ---- Walks ----
 
@@ -171,9 +209,9 @@ int vorn_util_add_line_from_proc(char *out, int room, const char *path, const ch
   char buffer[most_bytes];
   const Values values = find_values(read_start(file, path, buffer), columns);
   LineWriter line(out, room);
-  bool fits = !prefix || *prefix == '\0' || line.add({prefix}, false);
+  bool fits = !prefix || *prefix == '\0' || line.add_prefix(prefix);
   for (size_t i = 0; columns[i] && fits; ++i)
-    fits = add_value(line, i < values.size() ? values[i] : std::string_view());
+    fits = line.add_value(i < values.size() ? values[i] : std::string_view());
   line.end();
   return 0;
 }

@@ -8,12 +8,13 @@ VORN_BEGIN_DECLS
 
 /* Writes one table line, made from a status file, to `out`: the prefix, which brings its own blank, and the
  * values of the keys that the columns name, in their order, an empty one for a key that the file does not
- * have. A value with a blank in it is put between double quotes; one that has such quotes itself breaks its
- * line. Only the first 2048 bytes of the file count; a line that is cut there is left out, which is logged at
- * debug level 1 and above. Keys after the 62nd column are not looked for. `room` is the number of bytes at
- * `out`; from the first value that does not fit, all are left out. `columns` ends with a null pointer.
- * Returns 0, or 1 with nothing written when the file cannot be opened or a pointer other than `prefix` is
- * null, which is logged. */
+ * have. Whatever a value holds, it stays one field: one with a blank in it is put between double quotes, and
+ * its own ones are written as "&quot;", unless it begins with a quoted text that has all its blanks. A NUL
+ * becomes U+FFFD. Only the first 2048 bytes of the file count; a line that is cut there is left out, which is
+ * logged at debug level 1 and above. Keys after the 62nd column are not looked for. `room` is the number of
+ * bytes at `out`; from the first value that does not fit, all are left out. `columns` ends with a null
+ * pointer. Returns 0, or 1 with nothing written when the file cannot be opened or a pointer other than
+ * `prefix` is null, which is logged. */
 VORN_API int vorn_util_add_line_from_proc(char *out, int room, const char *path, const char *prefix,
                                           const char **columns) VORN_NOEXCEPT;
 

@@ -1,13 +1,17 @@
 #include "support/text_table.h"
 
+#include "core/guard.hpp"
 #include "core/handles.hpp"
 #include "core/refuse.hpp"
+#include "core/xml_text.hpp"
 #include "model/class.h"
 #include "model/instance.h"
 #include "model/property.h"
 #include "query/query.h"
 #include "support/columns.hpp"
-#include "support/text_buffer.hpp"
+#include <cstring>
+#include <string>
+#include <string_view>
 
 namespace {
 
@@ -34,13 +38,11 @@ public:
       state_ = State::end;
       return nullptr;
     }
-    const bool quoted = *cursor_ == '"';
-    char *field = quoted ? cursor_ + 1 : cursor_;
-    char *end = field + strcspn(field, quoted ? "\"" : " \n");
-    char *after = quoted && *end ? end + 1 : end;
+    char *const field = *cursor_ == '"' ? open_quotes() : cursor_;
+    char *const after = cursor_ + strcspn(cursor_, " \n");
     state_ = *after == ' ' ? State::in_line : *after == '\n' ? State::line_end : State::end;
     cursor_ = *after ? after + 1 : after;
-    *end = '\0';
+    *after = '\0';
     return field;
   }
 
@@ -49,6 +51,17 @@ public:
   }
 
 private:
+  // Takes the two quotes out and goes on behind them. What stands between them moves over the closing one, to
+  // what follows it.
+  char *open_quotes() {
+    char *const run = cursor_ + 1;
+    const size_t length = strcspn(run, "\"");
+    char *const field = run[length] ? run + 1 : run;
+    memmove(field, run, length);
+    cursor_ = field + length;
+    return field;
+  }
+
   enum class State { in_line, line_end, end } state_ = State::in_line;
   char *cursor_;
 };
@@ -59,67 +72,113 @@ const char *map_value(const char *class_name, const char *property, const char *
   return strcmp(value, "1") == 0 ? "on" : "off";
 }
 
+// A piece of a request. What is longer than its limit, counted before anything is escaped, is not whole.
+class Piece {
+public:
+  explicit Piece(size_t limit) : limit_(limit) {}
+
+  const std::string &text() const { return text_; }
+  bool is_whole() const { return size_ <= limit_; }
+
+  Piece &operator<<(std::string_view markup) {
+    if (makes_room(markup.size())) text_ += markup;
+    return *this;
+  }
+  Piece &operator<<(const Piece &other) {
+    if (makes_room(other.size_)) text_ += other.text_;
+    return *this;
+  }
+  // Appends what a file says, which is to be nothing but a value.
+  Piece &add_field(const char *field) {
+    if (makes_room(strlen(field))) vorn::append_xml_escaped_once(text_, field);
+    return *this;
+  }
+
+private:
+  bool makes_room(size_t size) { return (size_ += size) <= limit_; }
+
+  std::string text_;
+  size_t size_ = 0;
+  size_t limit_;
+};
+
 // One line on its way to an update.
 class LineUpdate {
 public:
   explicit LineUpdate(const char *class_name) : class_name_(class_name) {}
 
   void add(const char *column, const char *field) {
-    const char *bare = is_key_column(column) ? column + 1 : column;
-    if (*column == '\0') return;
-    if (strcmp(bare, "name") == 0) {
-      has_name_ = true;
-      name_ = {};
-      name_ << field;
-    } else if (is_key_column(column)) {
-      ++condition_count_;
-      conditions_ << "<eq><property>" << bare << "</property><value>" << map_value(class_name_, bare, field)
-                  << "</value></eq>";
-    } else {
-      const char *property = column_name(column);
-      values_ << "<" << property << ">" << map_value(class_name_, property, field) << "</" << property << ">";
-      has_values_ = true;
-    }
+    if (*column != '\0') build([&] { append_field(column, field); });
   }
 
   bool has_values() const { return has_values_; }
 
   // Returns whether the line was evaluated.
-  bool evaluate() const {
-    Document document;
-    write(document);
+  bool evaluate() {
+    Piece document(VORN_UTIL_LONGEST_UPDATE);
+    build([&] { write(document); });
+    if (lacks_memory_) return refuse_aloud("No memory for a line of values for class \"%s\".\n", class_name_);
     if (!name_.is_whole() || !values_.is_whole() || !conditions_.is_whole() || !document.is_whole())
       return refuse_aloud("A line of values for class \"%s\" is too long.\n", class_name_);
-    const CString result(vorn_query_eval_passive(document.get()));
+    const CString result(vorn_query_eval_passive(document.text().c_str()));
     return true;
   }
 
 private:
-  using Document = vorn::TextBuffer<VORN_UTIL_LONGEST_UPDATE>;
+  template <class Step> void build(Step step) {
+    const bool built = vorn::guarded(false, [&] {
+      step();
+      return true;
+    });
+    lacks_memory_ = lacks_memory_ || !built;
+  }
 
-  void write(Document &document) const {
+  void append_field(const char *column, const char *field) {
+    const char *bare = is_key_column(column) ? column + 1 : column;
+    if (strcmp(bare, "name") == 0) {
+      has_name_ = true;
+      name_ = Piece(VORN_UTIL_LONGEST_NAME).add_field(field);
+    } else if (is_key_column(column)) {
+      ++condition_count_;
+      conditions_ << "<eq><property>" << bare << "</property><value>";
+      conditions_.add_field(map_value(class_name_, bare, field)) << "</value></eq>";
+    } else {
+      has_values_ = true;
+      const char *property = column_name(column);
+      values_ << "<" << property << ">";
+      values_.add_field(map_value(class_name_, property, field)) << "</" << property << ">";
+    }
+  }
+
+  void write(Piece &document) const {
     document << "<?xml version=\"1.0\"?><lsql><update><" << class_name_;
-    if (has_name_) document << " name=\"" << name_.get() << "\"";
-    document << ">" << values_.get() << "</" << class_name_ << "></update>";
-    if (condition_count_ == 1) document << "<where>" << conditions_.get() << "</where>";
-    if (condition_count_ > 1) document << "<where><and>" << conditions_.get() << "</and></where>";
+    if (has_name_) document << " name=\"" << name_ << "\"";
+    document << ">" << values_ << "</" << class_name_ << "></update>";
+    if (condition_count_ == 1) document << "<where>" << conditions_ << "</where>";
+    if (condition_count_ > 1) document << "<where><and>" << conditions_ << "</and></where>";
     document << "</lsql>";
   }
 
   const char *class_name_;
+  bool lacks_memory_ = false;
   bool has_name_ = false;
   bool has_values_ = false;
   int condition_count_ = 0;
-  vorn::TextBuffer<VORN_UTIL_LONGEST_NAME> name_;
-  vorn::TextBuffer<VORN_UTIL_LONGEST_VALUES> values_;
-  vorn::TextBuffer<VORN_UTIL_LONGEST_CONDITIONS> conditions_;
+  Piece name_{VORN_UTIL_LONGEST_NAME};
+  Piece values_{VORN_UTIL_LONGEST_VALUES};
+  Piece conditions_{VORN_UTIL_LONGEST_CONDITIONS};
 };
 
+bool selects(const char *column) { return is_key_column(column) || strcmp(column, "name") == 0; }
+
+// A line that ends before what it is to be selected by has that empty: it selects nothing.
 LineUpdate read_line(FieldReader &reader, const char **columns, const char *class_name) {
   LineUpdate line(class_name);
   reader.start_line();
-  for (const char **column = columns; *column && !reader.line_ended(); ++column)
-    if (const char *field = reader.next()) line.add(*column, field);
+  for (const char **column = columns; *column; ++column) {
+    const char *field = reader.line_ended() ? nullptr : reader.next();
+    if (field || selects(*column)) line.add(*column, field ? field : "");
+  }
   reader.skip_line();
   return line;
 }
@@ -156,7 +215,7 @@ int vorn_util_put2object(char *text, const char **columns, const char *class_nam
   if (!text || !columns || !class_name) return refuse_aloud<0>("Null text, columns or class.\n");
   FieldReader reader(text);
   while (!reader.input_ended()) {
-    const LineUpdate line = read_line(reader, columns, class_name);
+    LineUpdate line = read_line(reader, columns, class_name);
     if (!line.has_values()) return 0;
     const bool evaluated = line.evaluate();
     if (reader.input_ended()) return evaluated ? ended_in_line : 0;

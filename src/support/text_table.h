@@ -10,12 +10,17 @@
  *   "name", "*name" the field is the instance's name; an empty one selects nothing
  *   ""              the field is passed over
  *
- * Anything but a blank or a line end directly after a closing quote ends the whole text.
+ * A line that ends before a column that selects has that field empty: it selects nothing. What comes directly
+ * after a closing quote, up to the next blank or the line's end, belongs to the field as it is: "a b"c is the
+ * field a bc.
  *
- * Fields go into the update as they are, and the update may do what no client may. Take "<", "&" and double
- * quotes out of text that strangers can influence, such as the names of other networks: it could hold further
- * operations, deletions included. An update stores into the running configuration, not into the copy that a
- * write transaction works on. */
+ * Fields may hold any bytes, such as the names that strangers give to their networks: an update made of a
+ * line does nothing but set the values of the columns in the instances that the line selects. Only a
+ * reference to a character, such as "&amp;" or "&#38;", stands for that character. What XML cannot carry (a
+ * control character, a byte that is not UTF-8) becomes U+FFFD. Columns and the class are the plugin's own
+ * words and must be names.
+ *
+ * An update stores into the running configuration, not into the copy that a write transaction works on. */
 #ifndef VORN_SUPPORT_TEXT_TABLE_H
 #define VORN_SUPPORT_TEXT_TABLE_H
 
@@ -26,7 +31,8 @@
 VORN_BEGIN_DECLS
 
 /* The most bytes that a line may have: in its instance name, in its values and in its conditions with their
- * tags, and in its whole update. A line that has more is logged and left out. */
+ * tags, and in its whole update, before anything is escaped. A line that has more is logged and left out, as
+ * is one that finds no memory. */
 enum {
   VORN_UTIL_LONGEST_NAME = 79,
   VORN_UTIL_LONGEST_VALUES = 3000,

@@ -2,38 +2,8 @@
 
 #include "wexa.h"
 #include "xml/handles.hpp"
-#include <cstdint>
 #include <cstring>
 #include <libxml/parserInternals.h>
-
-namespace {
-
-using vorn::Decoded;
-
-Decoded decode(const unsigned char *bytes) {
-  static constexpr struct {
-    unsigned char mask, lead;
-    uint32_t smallest; // what is smaller would have a shorter form
-  } forms[] = {{0x80, 0x00, 0}, {0xe0, 0xc0, 0x80}, {0xf0, 0xe0, 0x800}, {0xf8, 0xf0, 0x10000}};
-  for (size_t extra = 0; extra < 4; ++extra) {
-    const auto &form = forms[extra];
-    if ((bytes[0] & form.mask) != form.lead) continue;
-    uint32_t character = bytes[0] & static_cast<unsigned char>(~form.mask);
-    for (size_t i = 1; i <= extra; ++i) {
-      if ((bytes[i] & 0xc0) != 0x80) return {0, 0};
-      character = character << 6 | (bytes[i] & 0x3fu);
-    }
-    return {character, character >= form.smallest ? extra + 1 : 0};
-  }
-  return {0, 0};
-}
-
-bool is_xml_character(uint32_t c) {
-  return c == 0x9 || c == 0xa || c == 0xd || (c >= 0x20 && c <= 0xd7ff) || (c >= 0xe000 && c <= 0xfffd) ||
-         (c >= 0x10000 && c <= 0x10ffff);
-}
-
-} // namespace
 
 const char *vorn_util_xmlNodeListGetString(const xmlDoc *, const xmlNode *node, int in_line) noexcept {
   if (!node || !in_line) return nullptr;
@@ -65,10 +35,6 @@ const char *element_text(const xmlNode &element) noexcept {
   return vorn_util_xmlNodeListGetString(element.doc, first_child(element), 1);
 }
 
-Decoded decode_utf8(const char *bytes) noexcept {
-  return decode(reinterpret_cast<const unsigned char *>(bytes));
-}
-
 bool xml_can_carry(const char *text) noexcept {
   const char *const start = text;
   while (*text) {
@@ -78,8 +44,6 @@ bool xml_can_carry(const char *text) noexcept {
   }
   return text - start < XML_MAX_TEXT_LENGTH;
 }
-
-bool is_xml_name(const char *name) noexcept { return xmlValidateName(xml_text(name), 0) == 0; }
 
 xmlNode *add_element(xmlNode *parent, const char *name, const char *value) noexcept {
   if (!value) return xmlNewChild(parent, nullptr, xml_text(name), nullptr);

@@ -1,8 +1,8 @@
 // Reading and building of XML trees as the configuration file and LSQL share it.
 #pragma once
 
+#include "core/xml_text.hpp"
 #include "xml/nodes.h"
-#include <cstdint>
 #include <libxml/tree.h>
 
 namespace vorn {
@@ -22,19 +22,9 @@ const xmlNode *first_child(const xmlNode &node) noexcept;
 // The value of an element: the content of its first child when that is text, else null.
 const char *element_text(const xmlNode &element) noexcept;
 
-// A decoded character and how many bytes it took; 0 bytes for what is not UTF-8 (RFC 3629).
-struct Decoded {
-  uint32_t character;
-  size_t length;
-};
-Decoded decode_utf8(const char *bytes) noexcept;
-
 // Whether an XML document can hold the text and be read again: valid UTF-8 of the characters that XML 1.0
-// allows (its production 2, "Char"), and not more of them than libxml2 takes.
+// allows, and not more of them than libxml2 takes.
 bool xml_can_carry(const char *text) noexcept;
-
-// Whether the name can be that of an element (XML 1.0's production 5, "Name").
-bool is_xml_name(const char *name) noexcept;
 
 // Appends an element; a null value gives an empty one. The value must be one that XML can carry. Returns null
 // without memory.

@@ -16,6 +16,7 @@
 #include "servers/inform.hpp"
 #include "support/input.h"
 #include "support/password.h"
+#include "support/text_table.h"
 
 #include <fcntl.h>
 #include <functional>
@@ -196,6 +197,38 @@ TEST_F(Allocation, OfRequests) {
         });
     EXPECT_EQ(text_of(all), before);
   }
+  vorn::set_running(nullptr);
+}
+
+// Never half a line, such as one without the name that it is to be selected by.
+TEST_F(Allocation, OfLinesOfTextTables) {
+  for (const char *name : {"a radio with a long name", "other"}) add(all, "radio", name, {{"power", "1"}});
+  vorn::set_running(all);
+  const char *columns[] = {"*name", "*mode", "power", nullptr};
+  const auto set = [&](const char *mode, const char *power) {
+    vorn_instance *radio = vorn_instances_get(all, "radio", "a radio with a long name");
+    vorn_instance_set_value(radio, "mode", mode);
+    vorn_instance_set_value(radio, "power", power);
+    return text_of(all);
+  };
+  const std::string after = set("a mode with a long name", "a value that is not short");
+  const std::string before = set("a mode with a long name", "1");
+  const int failures = fail_each_allocation(
+      [&] {
+        char line[] =
+            "\"a radio with a long name\" \"a mode with a long name\" \"a value that is not short\"";
+        vorn_util_put2object(line, columns, "radio");
+        const long left = std::exchange(allocations_left, -1);
+        const std::string now = text_of(all);
+        set("a mode with a long name", "1");
+        EXPECT_TRUE(now == before || now == after) << now;
+        allocations_left = left;
+        return now == after;
+      },
+      [] {});
+  EXPECT_GT(failures, 5);
+  EXPECT_NE(log.take().find("vorn: No memory for a line of values for class \"radio\".\n"),
+            std::string::npos);
   vorn::set_running(nullptr);
 }
 

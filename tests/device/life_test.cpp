@@ -60,6 +60,12 @@ TEST_F(Life, UpdateIsCommittedSavedAndAnnounced) {
   EXPECT_EQ(listener.receive('\0'),
             head + "<object_changed><radio name=\"a\"><mode>ac</mode></radio></object_changed>\n" + '\0');
   EXPECT_EQ(listener.receive('\0'), head + "<conf_changed>3</conf_changed>\n" + '\0');
+  request(
+      "<lsql origin=\"&quot;&gt;&lt;a&amp;'&#10;\xc3\xbc\"><update><radio name=\"a\"><mode>b</mode></radio>"
+      "</update></lsql>");
+  for (const string changed : {"object", "conf"})
+    EXPECT_TRUE(contains(listener.receive('\0'),
+                         "<" + changed + "_changed origin=\"&quot;&gt;&lt;a&amp;&apos;&#10;\xc3\xbc\">"));
   EXPECT_EQ(silent.receive_now(), "");
 }
 

@@ -81,6 +81,30 @@ TEST_F(Class, TakesOneIdentifierAndForcesItsFlags) {
   vorn_property_delete(identifier);
 }
 
+TEST_F(Classes, AndPropertiesNeedNamesThatElementsCanHave) {
+  vorn_debug_set(0); // it is said even without debugging
+  log.take();
+  const std::string no_name = "\" is refused: that is no XML name without a colon.\n";
+  for (const std::string name :
+       {"", "a b", "1a", "-a", "a:b", "#a", "a<", "a\xff", "lsql", "where", "größe.5"}) {
+    const bool own = name == "lsql" || name == "where", good = own || name == "größe.5";
+    vorn_class *cls = vorn_class_new(name.c_str());
+    vorn_property *property = make_property(name.c_str()), *identifier = vorn_property_new(name.c_str());
+    vorn_class_set_abstract(cls, 1);
+    EXPECT_EQ(vorn_class_set_subclass_identifier(cls, identifier), !good) << name;
+    EXPECT_EQ(vorn_class_add_property(cls, property), 1) << name; // if not for its name, there is one already
+    EXPECT_EQ(vorn_classes_add(cls), !good || own) << name;
+    EXPECT_EQ(vorn_classes_get(name.c_str()), good && !own ? cls : nullptr);
+    const std::string said = "vorn: Property \"" + name + no_name;
+    std::string expected = good ? "" : said + said + "vorn: Class \"" + name + no_name;
+    if (own) expected = "vorn: Class \"" + name + "\" is refused: LSQL has elements of that name.\n";
+    EXPECT_EQ(log.take(), expected);
+    vorn_property_delete(property);
+    if (!good) vorn_property_delete(identifier);
+    if (!good || own) delete cls;
+  }
+}
+
 TEST_F(Class, FindsAndListsTheSuperclassPropertiesOnceResolved) {
   vorn_class *sub = add_class("sub", VORN_CLASS_UNIQUE_NAMED, {"x", "y"}, "super");
   add_abstract_class("super", {"a"});

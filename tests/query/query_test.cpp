@@ -126,12 +126,19 @@ TEST_F(Query, InsertStopsAtWhatItRefuses) {
       {"<radio/>", "Bad instance name \"(null)\" of class \"radio\"."},
       {"<server><state>1</state></server>", "Property \"state\" of class \"server\" is not writable."},
       {"<port name=\"w\"><type>air</type></port>", "Couldn't add instance \"w\" of class \"air\"."},
+      {"<air name=\"n\"><type>wire</type></air>",
+       "Value \"wire\" is not valid for property \"type\" of class \"air\"."},
+      {"<port name=\"n\"><type>wire</type><type>air</type></port>",
+       "Value \"air\" is not valid for property \"type\" of class \"port\"."},
       {"<system/>", "Couldn't add instance \"(null)\" of class \"system\"."},
   };
   const std::string before = all_names(vorn_config_get_running());
   for (const auto &[element, error] : cases)
     EXPECT_EQ(eval("<insert>" + element + "<server/></insert>"),
               "<error>" + error + "</error><rc>1</rc><counter>0</counter>");
+  const std::string no_value = "<error>Value \"air\" is not valid";
+  EXPECT_TRUE(passive("<insert><wire name=\"n\"><type>air</type></wire></insert>").starts_with(no_value));
+  EXPECT_TRUE(passive("<update><port name=\"w\"><type>air</type></port></update>").starts_with(no_value));
   EXPECT_EQ(all_names(vorn_config_get_running()), before);
   EXPECT_EQ(eval("<insert><server/><nothing/></insert>"),
             "<error>Unknown class \"nothing\".</error><rc>1</rc><counter>1</counter>");

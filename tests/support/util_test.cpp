@@ -1,6 +1,9 @@
+#include "commit/providers.h"
+#include "commit/refresher.h"
 #include "common/log.hpp"
 #include "common/schema.hpp"
 #include "config/running.hpp"
+#include "core/handles.hpp"
 #include "query/query.h"
 #include "support/interface_address.h"
 #include "support/status_file.h"
@@ -58,7 +61,8 @@ TEST_F(Utilities, EveryLineOfATableIsAnUpdate) {
   const char *by_key[] = {"*mode", "power", nullptr};
   const char *by_two[] = {"*mode", "*power", "power", nullptr};
   const char *plain[] = {"name", "power", nullptr};
-  const string s80(80, 's'), v2985(2985, 'v'), k1100(1100, 'k');
+  const char *name_last[] = {"power", "name", nullptr}, *key_last[] = {"power", "*mode", nullptr};
+  const string s80(80, 's'), v2985(2985, 'v'), k1100(1100, 'k'), quotes(2985, '\'');
   const struct {
     string text;
     const char **columns;
@@ -69,15 +73,23 @@ TEST_F(Utilities, EveryLineOfATableIsAnUpdate) {
       {"r 5 all after the columns\ns 7 \n", plain, 0, "1 5 2 7 "},
       {"r \"a b\" \"\" 2\n", by_name, 0, "2 a b 2 1 "},
       {"s \"to the end", plain, 4, "1 1 2 to the end "},
-      {"s  x 4\n", by_name, 0, "1 1 4  "},       // two blanks are an empty field
-      {"s \"5\"x\nr 7\n", plain, 4, "1 1 2 5 "}, // what comes after a quoted field ends the text
-      {" 5\nr 6\n", plain, 0, "1 6 2 1 "},       // the empty name is nobody's
-      {"\nr 5\n", plain, 0, "1 1 2 1 "},         // a line without values ends it
+      {"s  x 4\n", by_name, 0, "1 1 4  "}, // two blanks are an empty field
+      // What comes after a quoted field belongs to it.
+      {"s \"5\"x\nr 7\n", plain, 0, "1 7 2 5x "},
+      {"r \"a b\"c d 4\ns \"\"\"x y\" 9", by_name, 4, "4 a bc 9 \"x "},
+      {"s \"5\"x", plain, 4, "1 1 2 5x "},
+      {" 5\nr 6\n", plain, 0, "1 6 2 1 "}, // the empty name is nobody's
+      {"\nr 5\n", plain, 0, "1 1 2 1 "},   // a line without values ends it
       {"1 1 8\n2 2 9\n", by_two, 0, "1 8 2 1 "},
-      {"r <x>\nr &\nr bad\ns 4\n", plain, 0, "1 1 2 4 "}, // each costs its own line only
+      {"4\n5 r\n6", name_last, 4, "1 5 2 1 "}, // without its name a line selects nothing
+      {"4\n5 2\n6", key_last, 4, "1 1 2 5 "},
+      {"r <x>\ns Bob & Co\n", by_name, 0, "1 <x> Co Bob "},
+      {"r &amp;&#38;&lt;\ns \"Bob & \xc3\xbc\x01\xff'\"\n", plain, 0, "1 &&< 2 Bob & \xc3\xbc\ufffd\ufffd' "},
+      {"r bad\ns 4\n", plain, 0, "1 1 2 4 "}, // it costs its own line only
       {s80 + " 1\ns 4\n", plain, 0, "1 1 2 4 "},
       {"r 5" + v2985 + "\ns 4\n", plain, 0, "1 1 2 4 "},
       {"r " + v2985, plain, 4, "1 " + v2985 + " 2 1 "},
+      {"r " + quotes, plain, 4, "1 " + quotes + " 2 1 "}, // limits count before escaping
       {k1100 + " 5\n2 3\n", by_key, 0, "1 1 2 3 "},
   };
   for (const auto &c : cases) {
@@ -88,6 +100,44 @@ TEST_F(Utilities, EveryLineOfATableIsAnUpdate) {
     EXPECT_EQ(radios(), c.radios) << c.text;
   }
   EXPECT_NE(log.take().find("A line of values for class \"radio\" is too long.\n"), string::npos);
+}
+
+// What strangers can have a part in: names of networks and of clients.
+TEST_F(Utilities, FieldsCannotBecomeAnythingButValues) {
+  add(all, "system", nullptr, {{"host", "ap"}});
+  static const char *columns[] = {"*name", "power", nullptr};
+  static string attack;
+  vorn_refresher *refresher = vorn_refresher_new("radio");
+  vorn_refresher_set_property_fn(refresher, "power",
+                                 [](vorn_instance *radio, const char *name, vorn_refresh_info *) {
+                                   string line = attack;
+                                   vorn_util_put2object(line.data(), columns, "radio");
+                                   return vorn_instance_get_value(radio, name);
+                                 });
+  vorn_provider *provider = vorn_provider_new("radio");
+  vorn_provider_set_refresh_fn(provider, vorn_refresher_fn, refresher);
+  vorn_providers_add(provider);
+  vorn_providers_done_adding();
+  const string breakout = "x</power></radio></update><delete><radio/></delete><update><system><host>";
+  const std::pair<string, string> cases[] = {
+      // the line; the power of r
+      {"r " + breakout, breakout},
+      {"r \"x</power><mode>9</mode><power>\"", "x</power><mode>9</mode><power>"},
+      {"\"r' name='s\" 5", "1"},
+      {"r&quot;&gt;</radio></update><delete><radio/></delete><update><radio> 5", "1"},
+      {"r &#60;/power>&lt;mode>", "</power><mode>"},
+      {"r <![CDATA[</power>]]><!--<?x", "<![CDATA[</power>]]><!--<?x"},
+  };
+  for (const auto &[line, power] : cases) {
+    attack = line + "\n";
+    const vorn::CString reply(
+        vorn_query_eval("<lsql><select><radio><power/><mode/></radio></select></lsql>"));
+    EXPECT_NE(string(reply.get()).find("<counter>2</counter>"), string::npos);
+    EXPECT_EQ(all_names(all), "radio:r,radio:s,system") << line;
+    EXPECT_EQ(radios(), "1 " + power + " 2 1 ") << line;
+    vorn_instance_set_value(vorn_instances_get(all, "radio", "r"), "power", "1");
+  }
+  EXPECT_EQ(log.take(), "");
 }
 
 int reads;
@@ -128,6 +178,9 @@ TEST_F(Utilities, LinesFromStatusFilesFitTheirRoom) {
       write("full", "duplex=half way\nno pair\nspeed=10=20\n*load=\"a b\"\nother=1\nspeed=11");
   const string empty = write("empty", "");
   const string long_one = write("long", "speed=1\nload=" + string(3000, 'x'));
+  const string nul("speed=a\0b\nduplex=\"a\nload=my \"home\" net", 38);
+  const string quotes = write("quotes", nul);
+  const string closed = write("closed", "speed=\"a b\"c\nload=\"a\" b\nduplex=a\"b");
   const struct {
     string path;
     const char *prefix;
@@ -142,6 +195,8 @@ TEST_F(Utilities, LinesFromStatusFilesFitTheirRoom) {
       {full, "eth0 ", 7, ""},
       {full, nullptr, 1, ""},
       {folder, "d ", 200, "d    \n"},
+      {quotes, "q ", 200, "q a\ufffdb \"my &quot;home&quot; net\"  \"&quot;a\"\n"},
+      {closed, "c ", 200, "c \"a b\"c \"&quot;a&quot; b\"  a\"b\n"},
   };
   for (const auto &c : cases) {
     const size_t room = static_cast<size_t>(c.room);
@@ -185,25 +240,36 @@ TEST_F(Utilities, WalksFindRegularFilesWhateverNamesTheyMeet) {
   EXPECT_NE(log.take().find("is too long"), string::npos);
 }
 
-TEST_F(Utilities, RandomStatusFilesDoNoHarm) {
+TEST_F(Utilities, RandomStatusFilesSetTheirValuesAndNoOthers) {
   std::mt19937 random(4711); // the same ones each time
-  const char pieces[] = "=\n\" *#<>&/rs12\0name=speed= ";
-  const char *columns[] = {"speed", "r", "*mode", "", nullptr};
-  for (int round = 0; round < 2000; ++round) {
-    string bytes;
-    for (auto left = random() % (round % 10 ? 60 : 4000); left > 0; --left)
-      bytes += random() % 8 ? pieces[random() % sizeof pieces] : static_cast<char>(random());
-    const auto room = random() % 300;
-    const auto out = std::make_unique<char[]>(room + 1);
-    vorn_util_add_line_from_proc(out.get(), static_cast<int>(room), write("random", bytes).c_str(), "r ",
-                                 columns);
+  static const char *const pieces[] = {
+      "<",    ">",     "&",    "\"",     "'",      "/",   " ",        "  ",       "=",        "#",    "*",
+      "r",    "&amp;", "&#0;", "&#60;",  "]]>",    "-->", "</power>", "<delete>", "<radio/>", "\x01", "\xc3",
+      "\xff", "<?",    "<!--", "\ufffe", "<lsql>", "\t",  "\r",       "<where>",  "<mode>9",  "s"};
+  const char *keys[] = {"speed", "load", nullptr}, *columns[] = {"*name", "power", "mode", nullptr};
+  for (int round = 0; round < 1000; ++round) {
+    string value;
+    for (auto left = random() % 40; left > 0; --left)
+      value += random() % 16 ? string(pieces[random() % std::size(pieces)])
+                             : string(1, static_cast<char>(random()));
+    for (size_t at; (at = value.find('\n')) != string::npos;) value.erase(at, 1);
+    const string path = write("random", "speed=" + value + "\nload=" + std::to_string(round) + "\n");
+    const size_t room = random() % 8 ? 8000 : random() % 300;
+    const auto out = std::make_unique<char[]>(room + 1); // whatever is written past it is seen
+    vorn_util_add_line_from_proc(out.get(), static_cast<int>(room), path.c_str(), "r ", keys);
     EXPECT_LE(strlen(out.get()), room);
-    const char *table[] = {"*name", "power", "mode", "", "*mode", nullptr};
-    vorn_util_put2object(out.get(), table + round % 5, "radio");
-    vorn_util_put2object(bytes.data(), table + round % 5, "radio");
-    vorn_util_url_decode(bytes.data());
+    string table = string(room == 8000 ? out.get() : "r 1 1\n") + "s 2 2\n";
+    vorn_util_put2object(table.data(), columns, "radio");
+    // However hostile the first value, the second one and the next line find their places.
+    const string mode = vorn_instance_get_value(vorn_instances_get(all, "radio", "r"), "mode");
+    ASSERT_TRUE(room < 8000 || mode == std::to_string(round)) << value;
+    ASSERT_TRUE(radios().ends_with(" 2 2 "));
+    vorn_util_put2object(value.data(), columns + round % 3, "radio");
+    ASSERT_EQ(all_names(all), "radio:r,radio:s");
+    vorn_util_url_decode(value.data());
+    vorn_instance_set_value(vorn_instances_get(all, "radio", "s"), "mode", "?");
   }
-  EXPECT_EQ(all_names(all), "radio:r,radio:s");
+  EXPECT_EQ(log.take().find("Invalid"), string::npos);
 }
 
 TEST(Util, UrlDecodingTakesTwoHexadecimalDigits) {
