@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <chrono>
 #include <list>
+#include <poll.h>
 #include <string>
 #include <sys/epoll.h>
 #include <sys/socket.h>
@@ -86,10 +87,16 @@ Sending send_rest(Pending &pending) {
   return rest.empty() ? Sending::complete : rest.size() < before ? Sending::some : Sending::nothing;
 }
 
-// It may be the loop that has not come to send for so long.
+// The loop may just not have come to send for long. Room as the loop is told of it counts, not the little
+// that the system finds by making its buffer larger.
+Sending look_again(Pending &pending) {
+  pollfd state = {pending.fd, POLLOUT, 0};
+  return poll(&state, 1, 0) > 0 ? send_rest(pending) : Sending::nothing;
+}
+
 void time_is_over(void *pending_data, void *) {
   Pending &pending = *static_cast<Pending *>(pending_data);
-  const Sending sending = send_rest(pending);
+  const Sending sending = look_again(pending);
   if (sending != Sending::some) finish(pending, sending == Sending::complete);
 }
 
@@ -152,7 +159,7 @@ Delivery outbox_send(int fd, std::string_view text, size_t limit, OutboxDone don
 std::chrono::milliseconds outbox_stalled(int fd) noexcept {
   Pending *pending = find(fd);
   if (!pending) return {};
-  send_rest(*pending); // its end is told in a pass of the loop
+  look_again(*pending); // its end is told in a pass of the loop
   return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - pending->last_taken);
 }
 
