@@ -162,7 +162,15 @@ TEST_F(Clients, AFloodDelaysOthersByAFewSecondsAtMost) {
          client.send(local_request.substr(0, 9));
          client.receive();
        }},
+      {"never taking their reply",
+       [] {
+         const string all = "<lsql><select><radio properties=\"all\"/></select></lsql>";
+         Connection client = Connection::local();
+         client.send(length_prefix(static_cast<unsigned>(all.size())) + all);
+         while (client.send("x")) usleep(10000);
+       }},
   };
+  lsql("<insert><radio name=\"big\"><text>" + string(1000000, 'x') + "</text></radio></insert>");
   for (const auto &flood : floods) {
     SCOPED_TRACE(flood.name);
     const Flood running(flood.visit);
