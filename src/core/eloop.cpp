@@ -23,6 +23,7 @@ using Ticks = uint32_t;
 constexpr Ticks signal_sweep_seconds = 60;
 
 struct Reader {
+  uint64_t number; // in the order of registration
   int sock;
   void *eloop_data;
   void *user_data;
@@ -56,6 +57,7 @@ struct Loop {
 };
 
 vorn::Immortal<Loop> loop;
+uint64_t registrations = 0; // of readers, ever
 volatile sig_atomic_t pending_signals = 0;
 
 Ticks now() { return static_cast<Ticks>(times(nullptr)); }
@@ -106,11 +108,20 @@ void dispatch_timeout() {
   due.handler(due.eloop_data, due.user_data);
 }
 
-void dispatch_readers(const fd_set &ready) {
+// Tells whether a descriptor was registered after the wait. What was found ready under its number may have
+// been another file, closed meanwhile: nothing is known of this one before the next wait.
+bool is_unknown(int sock, uint64_t last_waited_for) {
+  for (auto it = loop->readers.rbegin(); it != loop->readers.rend() && it->number > last_waited_for; ++it)
+    if (it->sock == sock) return true;
+  return false;
+}
+
+void dispatch_readers(const fd_set &ready, uint64_t last_waited_for) {
   loop->readers_changed = false;
   for (size_t i = 0; i < loop->readers.size() && !loop->readers_changed; ++i) {
     const Reader reader = loop->readers[i];
-    if (FD_ISSET(reader.sock, &ready)) reader.handler(reader.sock, reader.eloop_data, reader.user_data);
+    if (FD_ISSET(reader.sock, &ready) && !is_unknown(reader.sock, last_waited_for))
+      reader.handler(reader.sock, reader.eloop_data, reader.user_data);
   }
 }
 
@@ -142,9 +153,10 @@ void eloop_init(void *user_data) noexcept {
 
 int eloop_register_read_sock(int sock, eloop_sock_handler handler, void *eloop_data,
                              void *user_data) noexcept {
-  if (sock < 0 || sock >= FD_SETSIZE) return -1;
+  if (sock < 0 || sock >= FD_SETSIZE || !handler) return -1;
   return vorn::guarded(-1, [&] {
-    loop->readers.push_back({sock, eloop_data, user_data, handler});
+    loop->readers.push_back({registrations + 1, sock, eloop_data, user_data, handler});
+    ++registrations;
     loop->max_sock = std::max(loop->max_sock, sock);
     return 0;
   });
@@ -161,6 +173,7 @@ int eloop_unregister_read_sock(int sock) noexcept {
 
 int eloop_register_timeout(unsigned secs, unsigned usecs, eloop_timeout_handler handler, void *eloop_data,
                            void *user_data) noexcept {
+  if (!handler) return -1;
   return vorn::guarded(-1, [&] {
     const Ticks expiry = now() + ticks_of(secs, usecs);
     auto before = loop->timeouts.before_begin();
@@ -180,6 +193,7 @@ int eloop_cancel_timeout(eloop_timeout_handler handler, void *eloop_data, void *
 }
 
 int eloop_register_signal(int sig, eloop_signal_handler handler, void *user_data) noexcept {
+  if (!handler) return -1;
   return vorn::guarded(-1, [&] {
     const vorn::SignalBlock held; // its table is what the catcher walks
     loop->signals.push_back({sig, user_data, handler, 0});
@@ -192,6 +206,7 @@ int eloop_register_signal(int sig, eloop_signal_handler handler, void *user_data
 void eloop_run() noexcept {
   while (!loop->terminate && !(loop->timeouts.empty() && loop->readers.empty())) {
     fd_set ready;
+    const uint64_t last_waited_for = registrations;
     const int count = wait_for_readers(ready);
     if (count < 0 && errno != EINTR) {
       perror("select");
@@ -199,7 +214,7 @@ void eloop_run() noexcept {
     }
     dispatch_signals();
     dispatch_timeout();
-    if (count > 0) dispatch_readers(ready);
+    if (count > 0) dispatch_readers(ready, last_waited_for);
   }
 }
 

@@ -24,8 +24,9 @@ typedef void (*eloop_signal_handler)(int sig, void *loop_user_data, void *user_d
  * for signal handlers and eloop_get_user_data. */
 VORN_API void eloop_init(void *user_data) VORN_NOEXCEPT;
 
-/* Calls `handler` whenever `sock` is readable. The descriptor stays the caller's. Returns 0, or -1 when
- * memory runs out or select(2) cannot hold the descriptor (negative, or FD_SETSIZE and above). */
+/* Calls `handler` whenever `sock` is readable, from the next pass of the loop on. The descriptor stays the
+ * caller's. Returns 0, or -1 when the handler is null, memory runs out or select(2) cannot hold the
+ * descriptor (negative, or FD_SETSIZE and above). */
 VORN_API int eloop_register_read_sock(int sock, eloop_sock_handler handler, void *eloop_data,
                                       void *user_data) VORN_NOEXCEPT;
 
@@ -36,7 +37,7 @@ VORN_API int eloop_unregister_read_sock(int sock) VORN_NOEXCEPT;
 
 /* Calls `handler` once, after `secs` seconds and `usecs` microseconds; fractions of a tick are dropped.
  * Handlers that are due at the same tick are called in the order of their registration. Returns 0, or -1 when
- * memory runs out. */
+ * the handler is null or memory runs out. */
 VORN_API int eloop_register_timeout(unsigned secs, unsigned usecs, eloop_timeout_handler handler,
                                     void *eloop_data, void *user_data) VORN_NOEXCEPT;
 
@@ -47,7 +48,8 @@ VORN_API int eloop_cancel_timeout(eloop_timeout_handler handler, void *eloop_dat
 
 /* Catches the signal and calls `handler` from the loop. Of several handlers of a signal only the one that was
  * registered first is told of deliveries. SIGCHLD's handler also runs about once a minute without a delivery,
- * so that a lost one does no harm. Returns 0, or -1 when memory runs out or the signal cannot be caught. */
+ * so that a lost one does no harm. Returns 0, or -1 when the handler is null, memory runs out or the signal
+ * cannot be caught. */
 VORN_API int eloop_register_signal(int sig, eloop_signal_handler handler, void *user_data) VORN_NOEXCEPT;
 
 /* Runs until eloop_terminate is called, until no reader and no time-out is left, or until select(2) fails,

@@ -47,4 +47,56 @@ constexpr unsigned end_poll_interval = 50'000;
 constexpr size_t max_recorded_services = 256;
 constexpr size_t max_recorded_name = 64;
 
+// ---- Clients ----
+
+// Bytes of the parameters of an inform request: far more than anybody has to say of one event.
+constexpr size_t max_inform_size = 256 * 1024;
+
+// Clients of one local socket at once. More wait in the kernel's queue, which the text of listen(2) calls the
+// backlog, and are taken in the order in which they came.
+constexpr size_t max_local_clients = 16;
+constexpr int listen_backlog = 50;
+
+// Connections to port 8002 at once; one more is closed. Long-lived ones of a few programs.
+constexpr size_t max_lsql_connections = 8;
+
+// Connections to port 8001 at once: those that get messages, and all, which leaves those that have not asked
+// yet room for a crowd.
+constexpr size_t max_notify_listeners = 8;
+constexpr size_t max_notify_connections = 64;
+
+// Bytes that wait for one listener of port 8001: some hundred messages, or a very long one.
+constexpr size_t max_waiting_messages = 64 * 1024;
+
+// How long a client may keep its place, in seconds, without sending the rest of its request, and without
+// taking anything of what is sent to it.
+constexpr unsigned silence_seconds = 10;
+constexpr unsigned outbox_timeout_seconds = 10;
+
+// How long it keeps its place when others wait for one, in seconds. On a local socket: silent, which a client
+// at work never is so long; without taking anything of its reply; and with a request that comes piecemeal. On
+// port 8002: between requests. On port 8001: without having asked for messages.
+constexpr unsigned local_silence_seconds = 1;
+constexpr unsigned local_reply_seconds = 2;
+constexpr unsigned local_request_seconds = 30;
+constexpr unsigned lsql_idle_seconds = 60;
+constexpr unsigned notify_silence_seconds = 10;
+
+// What is read from one client, in buffers of 4096 bytes, and taken from one queue of connections, in one
+// pass of the loop: the others have their turn.
+constexpr size_t reads_a_pass = 16;
+constexpr size_t accepts_a_pass = 16;
+
+// When a peer of a TCP connection that says nothing is asked whether it is still there, how often, and after
+// how many questions without an answer it is not: 90 seconds in all.
+constexpr int keep_alive_idle_seconds = 60;
+constexpr int keep_alive_interval_seconds = 10;
+constexpr int keep_alive_probes = 3;
+
+// Between reports of connections that cannot be taken, in seconds: a client tries again at once.
+constexpr unsigned accept_report_seconds = 60;
+
+// Until connections are tried again that can neither be taken nor turned away, in milliseconds.
+constexpr unsigned accept_retry_ms = 1000;
+
 } // namespace vorn

@@ -6,8 +6,11 @@
 #include "core/guard.hpp"
 #include "core/handles.hpp"
 #include "core/immortal.hpp"
+#include "core/limits.hpp"
 #include <cerrno>
+#include <chrono>
 #include <list>
+#include <poll.h>
 #include <string>
 #include <sys/epoll.h>
 #include <sys/socket.h>
@@ -16,17 +19,24 @@ namespace vorn {
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 // What waits for room on one socket.
 struct Pending {
   int fd;
-  std::string rest;
+  std::string text;
   OutboxDone done;
   void *data;
+  size_t taken = 0; // of the text
+  Clock::time_point last_taken = Clock::now();
+
+  std::string_view rest() const { return std::string_view(text).substr(taken); }
 };
 
 struct Outbox {
   std::list<Pending> pending{};
-  Descriptor room_watch{}; // the epoll instance; open and in the loop while anything waits
+  Descriptor room_watch{}; // the epoll instance
+  bool watching = false;   // it is in the loop: something waits
 };
 
 Immortal<Outbox> outbox;
@@ -62,53 +72,69 @@ void finish(Pending &pending, bool sent) {
   done.done(done.fd, sent, done.data);
 }
 
-void time_is_over(void *pending, void *) { finish(*static_cast<Pending *>(pending), false); }
+enum class Sending { complete, some, nothing, gone };
 
-void send_rest(Pending &pending) {
-  std::string_view rest = pending.rest;
-  const bool alive = send_some(pending.fd, rest);
-  if (!alive || rest.empty()) {
-    finish(pending, alive);
-    return;
+// Sends what the system takes of the rest.
+Sending send_rest(Pending &pending) {
+  std::string_view rest = pending.rest();
+  const size_t before = rest.size();
+  if (!send_some(pending.fd, rest)) return Sending::gone;
+  if (rest.size() < before) {
+    pending.taken = pending.text.size() - rest.size();
+    pending.last_taken = Clock::now();
+    restart_timeout(pending);
   }
-  if (rest.size() == pending.rest.size()) return;
-  pending.rest.erase(0, pending.rest.size() - rest.size());
-  restart_timeout(pending);
+  return rest.empty() ? Sending::complete : rest.size() < before ? Sending::some : Sending::nothing;
+}
+
+// The loop may just not have come to send for long. Room as the loop is told of it counts, not the little
+// that the system finds by making its buffer larger.
+Sending look_again(Pending &pending) {
+  pollfd state = {pending.fd, POLLOUT, 0};
+  return poll(&state, 1, 0) > 0 ? send_rest(pending) : Sending::nothing;
+}
+
+void time_is_over(void *pending_data, void *) {
+  Pending &pending = *static_cast<Pending *>(pending_data);
+  const Sending sending = look_again(pending);
+  if (sending != Sending::some) finish(pending, sending == Sending::complete);
 }
 
 void room_found(int watch, void *, void *) {
   epoll_event events[8];
   const int count = epoll_wait(watch, events, std::size(events), 0);
   // Looked up anew each time: finishing one may have made its owner forget another.
-  for (int i = 0; i < count; ++i)
-    if (Pending *pending = find(events[i].data.fd)) send_rest(*pending);
+  for (int i = 0; i < count; ++i) {
+    Pending *pending = find(events[i].data.fd);
+    const Sending sending = pending ? send_rest(*pending) : Sending::nothing;
+    if (sending == Sending::complete || sending == Sending::gone)
+      finish(*pending, sending == Sending::complete);
+  }
 }
 
-bool open_watch() {
-  Descriptor &room_watch = outbox->room_watch;
-  if (room_watch) return true;
-  room_watch.reset(epoll_create1(EPOLL_CLOEXEC));
-  if (room_watch && eloop_register_read_sock(room_watch.get(), room_found, nullptr, nullptr) == 0)
-    return true;
-  room_watch.reset();
-  return false;
+bool start_watch() {
+  keep_outbox_descriptor();
+  const int watch = outbox->room_watch.get();
+  if (!outbox->watching && watch >= 0)
+    outbox->watching = eloop_register_read_sock(watch, room_found, nullptr, nullptr) == 0;
+  return outbox->watching;
 }
 
-void close_watch_when_idle() {
-  if (!outbox->pending.empty() || !outbox->room_watch) return;
+void stop_watch_when_idle() {
+  if (!outbox->pending.empty() || !outbox->watching) return;
   eloop_unregister_read_sock(outbox->room_watch.get());
-  outbox->room_watch.reset();
+  outbox->watching = false;
 }
 
 Delivery wait_for_room(int fd, std::string_view rest, OutboxDone done, void *data) {
   outbox->pending.push_back({fd, std::string(rest), done, data});
   epoll_event event = {.events = EPOLLOUT, .data = {.fd = fd}};
-  if (open_watch() && epoll_ctl(outbox->room_watch.get(), EPOLL_CTL_ADD, fd, &event) == 0) {
+  if (start_watch() && epoll_ctl(outbox->room_watch.get(), EPOLL_CTL_ADD, fd, &event) == 0) {
     restart_timeout(outbox->pending.back());
     return Delivery::pending;
   }
   outbox->pending.pop_back();
-  close_watch_when_idle();
+  stop_watch_when_idle();
   return Delivery::failed;
 }
 
@@ -117,8 +143,10 @@ Delivery wait_for_room(int fd, std::string_view rest, OutboxDone done, void *dat
 Delivery outbox_send(int fd, std::string_view text, size_t limit, OutboxDone done, void *data) noexcept {
   return guarded(Delivery::failed, [&] {
     if (Pending *pending = find(fd)) {
-      if (pending->rest.size() + text.size() > limit) return Delivery::failed;
-      pending->rest += text;
+      if (pending->rest().size() + text.size() > limit) return Delivery::failed;
+      pending->text.erase(0, pending->taken);
+      pending->taken = 0;
+      pending->text += text;
       return Delivery::pending;
     }
     std::string_view rest = text;
@@ -126,6 +154,17 @@ Delivery outbox_send(int fd, std::string_view text, size_t limit, OutboxDone don
     if (rest.empty()) return Delivery::complete;
     return wait_for_room(fd, rest, done, data);
   });
+}
+
+std::chrono::milliseconds outbox_stalled(int fd) noexcept {
+  Pending *pending = find(fd);
+  if (!pending) return {};
+  look_again(*pending); // its end is told in a pass of the loop
+  return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - pending->last_taken);
+}
+
+void keep_outbox_descriptor() noexcept {
+  if (!outbox->room_watch) outbox->room_watch.reset(epoll_create1(EPOLL_CLOEXEC));
 }
 
 void outbox_forget(int fd) noexcept {
@@ -136,7 +175,7 @@ void outbox_forget(int fd) noexcept {
     outbox->pending.erase(it);
     break;
   }
-  close_watch_when_idle();
+  stop_watch_when_idle();
 }
 
 } // namespace vorn

@@ -3,6 +3,7 @@
 #include "core/debug.h"
 #include "core/guard.hpp"
 #include "core/handles.hpp"
+#include "core/limits.hpp"
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
@@ -19,8 +20,6 @@
 namespace {
 
 using vorn::Descriptor;
-
-constexpr int backlog = 50;
 
 // Reports `errno` and ends the attempt: the descriptor is closed after the report, which it must not disturb.
 int fail(Descriptor &socket, const char *text) {
@@ -86,7 +85,7 @@ void prepare(Descriptor &socket) {
 }
 
 int listening(Descriptor &socket) {
-  if (listen(socket.get(), backlog) != 0) return fail(socket, "listen");
+  if (listen(socket.get(), vorn::listen_backlog) != 0) return fail(socket, "listen");
   return socket.release();
 }
 

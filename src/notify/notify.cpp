@@ -1,11 +1,14 @@
 // A connection becomes a listener when its first byte has come.
 //
 //   state    | messages | then
+//   queued   | none     | a place is free, or a silent one has had its time: silent
 //   silent   | none     | a byte: listener, or closed when all listeners' places are taken
+//            |          | ten seconds: makes room for who comes, where places are out
 //   listener | each one | a message that cannot wait for it: silent, where the message asks for that
+//            |          | ten seconds in which it takes nothing of what waits for it: closed
 //
-// A message that a listener has no room for waits for it, whole, up to send_limit bytes; what would add to
-// more is not sent to it at all. So no listener sees half a message.
+// A message that a listener has no room for waits for it, whole, up to a limit; what would add to more is not
+// sent to it at all. So no listener sees half a message.
 #include "notify/notify.h"
 
 #include "core/accept.hpp"
@@ -13,11 +16,14 @@
 #include "core/eloop.h"
 #include "core/guard.hpp"
 #include "core/immortal.hpp"
+#include "core/limits.hpp"
+#include "core/listener.hpp"
 #include "core/outbox.hpp"
 #include "core/refuse.hpp"
 #include "core/socket.h"
 #include "core/xml_text.hpp"
 #include <algorithm>
+#include <chrono>
 #include <cstdarg>
 #include <cstdint>
 #include <list>
@@ -25,21 +31,22 @@
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
 using vorn::Descriptor;
 using vorn::or_null;
 
 constexpr unsigned short port = 8001;
-constexpr int max_listeners = 8;
-constexpr size_t max_connections = 32; // listeners and silent ones: the one silent longest makes room
-constexpr size_t send_limit = 64 * 1024;
-constexpr size_t reads_a_pass = 16;
 
 struct Connection {
   Descriptor socket;
   bool is_listener = false;
+  Clock::time_point came = Clock::now();
 };
 
 vorn::Immortal<std::list<Connection>> connections; // in the order in which they came
+vorn::Immortal<vorn::Listener> listening;
 
 // The number of the last configuration message; the first one is 2.
 uint32_t change_counter = 1;
@@ -49,17 +56,22 @@ void end_connection(Connection &connection) {
   vorn::outbox_forget(fd);
   eloop_unregister_read_sock(fd);
   connections->remove_if([&](const Connection &other) { return &other == &connection; });
+  listening->resume();
 }
 
-void delivery_is_over(int fd, bool sent, void *connection) {
-  if (sent) return;
-  end_connection(*static_cast<Connection *>(connection));
+void end_and_tell(Connection &connection) {
+  const int fd = connection.socket.get();
+  end_connection(connection);
   vorn_debug_1printf("Notify connection ended (fd %d).\n", fd);
 }
 
+void delivery_is_over(int, bool sent, void *connection) {
+  if (!sent) end_and_tell(*static_cast<Connection *>(connection));
+}
+
 bool deliver(Connection &listener, std::string_view message) {
-  return vorn::outbox_send(listener.socket.get(), message, send_limit, delivery_is_over, &listener) !=
-         vorn::Delivery::failed;
+  return vorn::outbox_send(listener.socket.get(), message, vorn::max_waiting_messages, delivery_is_over,
+                           &listener) != vorn::Delivery::failed;
 }
 
 // Sends a message to all listeners; who cannot take it hears no more, where the message says so.
@@ -102,7 +114,7 @@ std::string conf_message(const char *origin, int32_t number) {
 // Returns whether everything that has come was read and the connection is still there.
 bool discard_input(int fd) {
   char buffer[4096];
-  for (size_t i = 0; i < reads_a_pass; ++i) {
+  for (size_t i = 0; i < vorn::reads_a_pass; ++i) {
     const vorn::Received input = vorn::receive(fd, buffer, sizeof buffer);
     if (input.state != vorn::Received::State::data) return input.state == vorn::Received::State::nothing_yet;
   }
@@ -112,7 +124,7 @@ bool discard_input(int fd) {
 bool make_listener(Connection &connection) {
   const auto count = std::count_if(connections->begin(), connections->end(),
                                    [](const Connection &other) { return other.is_listener; });
-  if (!connection.is_listener && count >= max_listeners)
+  if (!connection.is_listener && static_cast<size_t>(count) >= vorn::max_notify_listeners)
     return vorn::refuse_aloud("Unable to add notify connection.\n");
   connection.is_listener = true;
   return true;
@@ -121,41 +133,44 @@ bool make_listener(Connection &connection) {
 void connection_is_readable(int fd, void *connection_data, void *) {
   Connection &connection = *static_cast<Connection *>(connection_data);
   const bool alive = discard_input(fd);
-  const bool accepted = make_listener(connection);
-  if (accepted && alive) return;
-  end_connection(connection);
-  if (accepted) vorn_debug_1printf("Notify connection ended (fd %d).\n", fd);
+  if (!make_listener(connection))
+    end_connection(connection);
+  else if (!alive)
+    end_and_tell(connection);
 }
 
-void make_room() {
-  if (connections->size() < max_connections) return;
-  const auto silent = std::find_if(connections->begin(), connections->end(),
-                                   [](const Connection &connection) { return !connection.is_listener; });
-  end_connection(*silent); // there is one: listeners are fewer than connections
-}
-
-void connection_came(int listener, void *, void *) {
-  Descriptor socket = vorn::accept_connection(listener, "vorn_notify_new_connection");
-  if (!socket) return;
-  vorn::guarded(1, [&] {
-    make_room();
-    Connection &connection = connections->emplace_back(Connection{std::move(socket)});
-    const int fd = connection.socket.get();
-    if (eloop_register_read_sock(fd, connection_is_readable, &connection, nullptr) == 0)
-      vorn_debug_1printf("Notify connection started (fd %d).\n", fd);
-    else
-      connections->pop_back();
+// Who came first of those that have not asked makes room, if that is long enough ago.
+unsigned make_room(void *) {
+  if (connections->size() < vorn::max_notify_connections) return 0;
+  for (Connection &connection : *connections) {
+    if (connection.is_listener || vorn::is_readable(connection.socket.get())) continue;
+    const auto left = std::chrono::ceil<milliseconds>(connection.came +
+                                                      seconds(vorn::notify_silence_seconds) - Clock::now());
+    if (left > milliseconds(0)) return static_cast<unsigned>(left.count());
+    end_and_tell(connection);
     return 0;
-  });
+  }
+  return 10; // they are just being listened to
+}
+
+void take(Descriptor socket, void *) {
+  const int fd = socket.get();
+  Connection &connection = connections->emplace_back(Connection{std::move(socket)});
+  if (eloop_register_read_sock(fd, connection_is_readable, &connection, nullptr) != 0) {
+    connections->pop_back();
+    return;
+  }
+  vorn::keep_alive(fd);
+  vorn_debug_1printf("Notify connection started (fd %d).\n", fd);
 }
 
 } // namespace
 
 int vorn_notify_init() noexcept {
-  Descriptor listener(vorn_socket_get_tcp(port, 1));
-  if (!listener || eloop_register_read_sock(listener.get(), connection_came, nullptr, nullptr) != 0) return 1;
-  listener.release(); // the loop's for the process's life
-  return 0;
+  return listening->open(Descriptor(vorn_socket_get_tcp(port, 1)),
+                         {"vorn_notify_new_connection", make_room, take, nullptr})
+             ? 0
+             : 1;
 }
 
 int vorn_notify_conf_change(const char *origin) noexcept {

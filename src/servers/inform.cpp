@@ -3,6 +3,7 @@
 #include "core/guard.hpp"
 #include "core/immortal.hpp"
 #include "core/keyed_table.hpp"
+#include "core/limits.hpp"
 #include "core/refuse.hpp"
 #include "servers/local_server.hpp"
 #include <cassert>
@@ -17,9 +18,6 @@ namespace {
 constexpr size_t version_size = sizeof(uint32_t);
 constexpr size_t head_size = version_size + sizeof(uint32_t);
 constexpr uint32_t known_version = 0;
-
-// Far more than anybody has to say of one event, and little enough to hold for every client at once.
-constexpr uint32_t max_parameters_size = 256 * 1024;
 
 Immortal<KeyedTable<vorn_inform_fn>> handlers; // by the name of their object
 
@@ -68,8 +66,8 @@ Progress inspect(std::string_view received, bool ended) {
   }
   if (received.size() < head_size) return incomplete;
   const uint32_t length = number_at(received, version_size);
-  if (length > max_parameters_size) vorn_debug_eprintf("Inform request of %u bytes is too long.\n", length);
-  if (length == 0 || length > max_parameters_size) return Progress::give_up;
+  if (length > max_inform_size) vorn_debug_eprintf("Inform request of %u bytes is too long.\n", length);
+  if (length == 0 || length > max_inform_size) return Progress::give_up;
   // What has come by the end of the stream is the request.
   return ended || received.size() - head_size >= length ? Progress::answer : Progress::wait;
 }

@@ -5,9 +5,12 @@
 #include "core/eloop.h"
 #include "core/guard.hpp"
 #include "core/immortal.hpp"
+#include "core/limits.hpp"
+#include "core/listener.hpp"
 #include "core/outbox.hpp"
 #include "core/socket.h"
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <list>
@@ -16,15 +19,19 @@ namespace vorn {
 
 namespace {
 
-constexpr size_t max_clients = 16;
-constexpr unsigned silence_seconds = 10;
-constexpr size_t reads_a_pass = 16; // more comes in the next pass of the loop: others have their turn
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+milliseconds since(Clock::time_point moment) {
+  return std::chrono::duration_cast<milliseconds>(Clock::now() - moment);
+}
 
 // One listening socket and its clients.
 class LocalServer {
 public:
   explicit LocalServer(const LocalProtocol &protocol) : protocol_(protocol) {}
-  int open();
+  bool open();
 
 private:
   // One connection. Its place in the list goes with its last sign of life.
@@ -33,15 +40,17 @@ private:
     Descriptor socket;
     std::string received{};
     bool replying = false;
+    Clock::time_point came = Clock::now();
+    Clock::time_point last_sign = came;
   };
 
-  static void connection_came(int listener, void *server, void *);
+  static unsigned make_room(void *server);
+  static void take(Descriptor socket, void *server);
   static void client_is_readable(int, void *client, void *);
   static void client_is_silent(void *client, void *);
   static void reply_is_over(int, bool sent, void *client);
 
-  void accept(int listener);
-  void make_room();
+  static milliseconds time_left(const Client &client);
   std::list<Client>::iterator iterator_of(const Client &client);
   void restart_timeout(Client &client);
   Progress take_input(Client &client);
@@ -49,40 +58,47 @@ private:
   void drop(Client &client);
 
   const LocalProtocol &protocol_;
+  Listener listener_;
   std::list<Client> clients_; // the one that has been silent longest comes first
 };
 
-int LocalServer::open() {
-  Descriptor listener(vorn_socket_get_unix(protocol_.socket_name, VORN_SOCKET_ABSTRACT));
-  if (!listener || eloop_register_read_sock(listener.get(), connection_came, this, nullptr) != 0) return 1;
-  listener.release(); // the loop's for the process's life
-  return 0;
+bool LocalServer::open() {
+  return listener_.open(Descriptor(vorn_socket_get_unix(protocol_.socket_name, VORN_SOCKET_ABSTRACT)),
+                        {protocol_.who, make_room, take, this});
 }
 
-void LocalServer::connection_came(int listener, void *server, void *) {
-  static_cast<LocalServer *>(server)->accept(listener);
+void LocalServer::take(Descriptor socket, void *server_data) {
+  LocalServer &server = *static_cast<LocalServer *>(server_data);
+  Client &client = server.clients_.emplace_back(Client{server, std::move(socket)});
+  if (eloop_register_read_sock(client.socket.get(), client_is_readable, &client, nullptr) == 0)
+    server.restart_timeout(client);
+  else
+    server.clients_.pop_back();
 }
 
-void LocalServer::accept(int listener) {
-  Descriptor socket = accept_connection(listener, protocol_.who);
-  if (!socket) return;
-  guarded(1, [&] {
-    make_room();
-    Client &client = clients_.emplace_back(Client{*this, std::move(socket)});
-    if (eloop_register_read_sock(client.socket.get(), client_is_readable, &client, nullptr) == 0)
-      restart_timeout(client);
-    else
-      clients_.pop_back();
-    return 0;
-  });
+// How long the client may keep its place when others wait for one. Who waits for its reply is asked last.
+milliseconds LocalServer::time_left(const Client &client) {
+  if (client.replying) return seconds(local_reply_seconds) - outbox_stalled(client.socket.get());
+  return std::min<milliseconds>(seconds(local_silence_seconds) - since(client.last_sign),
+                                seconds(local_request_seconds) - since(client.came));
 }
 
-// Makes room for one more client. Who waits for its reply stays as long as there is anyone else.
-void LocalServer::make_room() {
-  if (clients_.size() < max_clients) return;
-  auto place =
-      std::find_if(clients_.begin(), clients_.end(), [](const Client &client) { return !client.replying; });
-  drop(place == clients_.end() ? clients_.front() : *place);
+unsigned LocalServer::make_room(void *server_data) {
+  LocalServer &server = *static_cast<LocalServer *>(server_data);
+  if (server.clients_.size() < max_local_clients) return 0;
+  milliseconds soonest = seconds(local_silence_seconds);
+  for (const bool replying : {false, true})
+    for (Client &client : server.clients_) {
+      if (client.replying != replying) continue;
+      const milliseconds left = time_left(client);
+      soonest = std::min(soonest, left);
+      if (left > milliseconds(0) || (!replying && is_readable(client.socket.get()))) continue;
+      vorn_debug_1printf("%s made room for another one.\n", server.protocol_.client);
+      server.drop(client);
+      return 0;
+    }
+  constexpr milliseconds shortest(10); // who is overdue is just being listened to
+  return static_cast<unsigned>(std::max(soonest, shortest).count());
 }
 
 std::list<LocalServer::Client>::iterator LocalServer::iterator_of(const Client &client) {
@@ -91,6 +107,7 @@ std::list<LocalServer::Client>::iterator LocalServer::iterator_of(const Client &
 }
 
 void LocalServer::restart_timeout(Client &client) {
+  client.last_sign = Clock::now();
   clients_.splice(clients_.end(), clients_, iterator_of(client));
   eloop_cancel_timeout(client_is_silent, &client, nullptr);
   eloop_register_timeout(silence_seconds, 0, client_is_silent, &client, nullptr);
@@ -98,6 +115,10 @@ void LocalServer::restart_timeout(Client &client) {
 
 void LocalServer::client_is_silent(void *client_data, void *) {
   Client &client = *static_cast<Client *>(client_data);
+  if (is_readable(client.socket.get())) {
+    client.server.restart_timeout(client);
+    return;
+  }
   vorn_debug_1printf("%s sent nothing for %u seconds - dropped.\n", client.server.protocol_.client,
                      silence_seconds);
   client.server.drop(client);
@@ -155,6 +176,7 @@ void LocalServer::drop(Client &client) {
   eloop_unregister_read_sock(client.socket.get());
   outbox_forget(client.socket.get());
   clients_.erase(iterator_of(client));
+  listener_.resume();
 }
 
 Immortal<std::list<LocalServer>> servers;
@@ -163,7 +185,7 @@ Immortal<std::list<LocalServer>> servers;
 
 int serve_locally(const LocalProtocol &protocol) noexcept {
   return guarded(1, [&] {
-    if (servers->emplace_back(protocol).open() == 0) return 0;
+    if (servers->emplace_back(protocol).open()) return 0;
     servers->pop_back();
     return 1;
   });

@@ -1,12 +1,14 @@
 // Servers on local sockets that take one request a connection.
 //
 //   state      | waits for               | then
+//   queued     | a place                 | the kernel holds it, in the order of arrival: receiving
 //   receiving  | the whole request       | answer it; close when there is no reply
 //   replying   | room for the reply      | close
 //
 // Nobody waits for a client: one that sends nothing for some seconds while it is receiving, or takes nothing
-// of its reply for as long as the outbox allows, is dropped. When all places are taken, the client that has
-// been silent longest makes room.
+// of its reply for as long as the outbox allows, is dropped. When all places are taken and somebody waits for
+// one, who has been silent longest makes room, if that is a second at least; who waits for its reply comes
+// last, and has two. Nobody is silent whose bytes lie there and have not been read yet.
 #pragma once
 
 #include "core/handles.hpp"

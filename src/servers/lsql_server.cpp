@@ -2,12 +2,13 @@
 // passed over.
 //
 //   state      | waits for          | then
-//   between    | "<"                | in request
+//   between    | "<"                | in request; after a minute it makes room for who finds no place
 //   in request | the ending byte    | evaluate; between when the reply goes at once, else replying
-//   replying   | room for the reply | goes on with what has been received meanwhile
+//              | 10 seconds' silence| closed
+//   replying   | room for the reply | between; closed when nothing of it is taken
 //
 // A client whose reply is waiting for room is not read from: it cannot make the agent keep more than one
-// reply.
+// reply. One request a pass is taken from each: who has sent many does not keep the others waiting.
 #include "servers/lsql_server.hpp"
 
 #include "core/accept.hpp"
@@ -16,11 +17,14 @@
 #include "core/guard.hpp"
 #include "core/immortal.hpp"
 #include "core/limits.hpp"
+#include "core/listener.hpp"
 #include "core/outbox.hpp"
 #include "core/socket.h"
 #include "query/query.h"
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <string>
 
@@ -28,23 +32,33 @@ namespace vorn {
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 constexpr unsigned short port = 8002;
-constexpr size_t max_connections = 8;
 constexpr char terminator = 0x13;
 
 // One connection's place; free without a socket.
 struct Slot {
   Descriptor socket{};
   std::string request{}; // what has come of one, from its "<" on
-  std::string unread{};  // received while a reply was on its way
+  bool replying = false;
+  Clock::time_point last_sign{};
 
   void clear() { *this = Slot(); }
 };
 
-Immortal<std::array<Slot, max_connections>> slots;
+struct Server {
+  Listener listener{};
+  std::array<Slot, max_lsql_connections> slots{};
+};
+
+Immortal<Server> server;
+
+void request_is_late(void *slot, void *);
 
 void end_connection(Slot &slot) {
   const int fd = slot.socket.get();
+  eloop_cancel_timeout(request_is_late, &slot, nullptr);
   outbox_forget(fd);
   eloop_unregister_read_sock(fd);
   slot.clear();
@@ -53,36 +67,30 @@ void end_connection(Slot &slot) {
 }
 
 void connection_is_readable(int, void *slot, void *);
-void take_bytes(Slot &slot, std::string_view bytes);
 
 void reply_is_over(int fd, bool sent, void *slot_data) {
   Slot &slot = *static_cast<Slot *>(slot_data);
-  const bool reading = sent && eloop_register_read_sock(fd, connection_is_readable, &slot, nullptr) == 0;
-  if (!reading) {
+  slot.replying = false;
+  slot.last_sign = Clock::now();
+  if (!sent || eloop_register_read_sock(fd, connection_is_readable, &slot, nullptr) != 0)
     end_connection(slot);
-    return;
-  }
-  const std::string unread = std::move(slot.unread);
-  slot.unread.clear();
-  take_bytes(slot, unread);
 }
 
-// Evaluates the request that has come and sends the reply. Returns false when the connection takes no further
-// input: its reply is on its way, or it has ended.
-bool answer(Slot &slot) {
+// Evaluates the request that has come and sends the reply.
+void answer(Slot &slot) {
   const CString result(vorn_query_eval(slot.request.c_str()));
   slot.request = {};
-  if (!result) return true;
+  if (!result) return;
   const int fd = slot.socket.get();
   const Delivery delivery = guarded(Delivery::failed, [&] {
     return outbox_send(fd, std::string(result.get()) + terminator, SIZE_MAX, reply_is_over, &slot);
   });
-  if (delivery == Delivery::complete) return true;
-  if (delivery == Delivery::pending)
-    eloop_unregister_read_sock(fd);
-  else
+  if (delivery == Delivery::failed) {
     end_connection(slot);
-  return false;
+  } else if (delivery == Delivery::pending) {
+    slot.replying = true;
+    eloop_unregister_read_sock(fd);
+  }
 }
 
 // Adds to the request; one that is too long, or finds no memory, is dropped and the next "<" starts over.
@@ -98,72 +106,98 @@ void extend_request(Slot &slot, std::string_view bytes) {
   slot.request = {};
 }
 
-// At most one buffer's worth, since nothing is read meanwhile.
-void keep_unread(Slot &slot, std::string_view bytes) {
-  if (!slot.socket) return;
-  const bool stored = guarded(false, [&] {
-    slot.unread = bytes;
-    return true;
-  });
-  if (!stored) end_connection(slot);
+// How much of the bytes is taken in this pass: through the end of one request.
+size_t through_request(std::string_view bytes, bool started) {
+  const size_t start = started ? 0 : bytes.find('<');
+  const size_t end = bytes.find(terminator, start);
+  return start == std::string_view::npos || end == std::string_view::npos ? bytes.size() : end + 1;
 }
 
 void take_bytes(Slot &slot, std::string_view bytes) {
-  while (!bytes.empty()) {
-    if (slot.request.empty()) bytes.remove_prefix(std::min(bytes.find('<'), bytes.size()));
-    const size_t end = bytes.find(terminator);
-    extend_request(slot, bytes.substr(0, end));
-    if (end == std::string_view::npos) return;
-    bytes.remove_prefix(end + 1);
-    if (!slot.request.empty() && !answer(slot)) {
-      keep_unread(slot, bytes);
-      return;
-    }
-  }
+  if (slot.request.empty()) bytes.remove_prefix(std::min(bytes.find('<'), bytes.size()));
+  const bool whole = bytes.ends_with(terminator);
+  if (whole) bytes.remove_suffix(1);
+  extend_request(slot, bytes);
+  if (whole && !slot.request.empty()) answer(slot);
 }
 
-// One buffer a pass: who sends without a pause does not keep the others waiting.
+void restart_timeout(Slot &slot) {
+  slot.last_sign = Clock::now();
+  eloop_cancel_timeout(request_is_late, &slot, nullptr);
+  if (!slot.request.empty()) eloop_register_timeout(silence_seconds, 0, request_is_late, &slot, nullptr);
+}
+
+void request_is_late(void *slot_data, void *) {
+  Slot &slot = *static_cast<Slot *>(slot_data);
+  if (is_readable(slot.socket.get())) {
+    restart_timeout(slot);
+    return;
+  }
+  vorn_debug_1printf("LSQL client sent nothing for %u seconds - dropped.\n", silence_seconds);
+  end_connection(slot);
+}
+
+// What is not taken yet stays with the kernel, which tells of it again in the next pass.
 void connection_is_readable(int fd, void *slot_data, void *) {
   Slot &slot = *static_cast<Slot *>(slot_data);
   char buffer[4096];
-  const Received input = receive(fd, buffer, sizeof buffer);
-  if (input.state == Received::State::closed)
+  Received input = peek(fd, buffer, sizeof buffer);
+  if (input.state == Received::State::data)
+    input = receive(fd, buffer, through_request(input.bytes, !slot.request.empty()));
+  if (input.state == Received::State::closed) {
     end_connection(slot);
-  else
-    take_bytes(slot, input.bytes);
-}
-
-// Returns the place of a new connection, or null when all are taken.
-Slot *add_connection(Descriptor &socket) {
-  for (Slot &slot : *slots) {
-    if (slot.socket) continue;
-    slot.socket = std::move(socket);
-    return &slot;
+    return;
   }
-  errno = EUSERS;
-  return nullptr;
+  take_bytes(slot, input.bytes);
+  if (slot.socket) restart_timeout(slot);
 }
 
-void connection_came(int listener, void *, void *) {
-  Descriptor socket = accept_connection(listener, "vorn_lsql_new_connection");
-  if (!socket) return;
+// Returns a free place, or null when all are taken.
+Slot *free_slot() {
+  const auto free =
+      std::find_if(server->slots.begin(), server->slots.end(), [](const Slot &slot) { return !slot.socket; });
+  return free == server->slots.end() ? nullptr : &*free;
+}
+
+bool may_be_dropped(const Slot &slot) {
+  return !slot.replying && slot.request.empty() &&
+         Clock::now() - slot.last_sign >= std::chrono::seconds(lsql_idle_seconds) &&
+         !is_readable(slot.socket.get());
+}
+
+// The connection that has been idle longest makes room, if that is long enough. Who comes is taken in any
+// case, to be refused.
+unsigned make_room(void *) {
+  if (free_slot()) return 0;
+  Slot *idle = nullptr;
+  for (Slot &slot : server->slots)
+    if (may_be_dropped(slot) && (!idle || slot.last_sign < idle->last_sign)) idle = &slot;
+  if (idle) {
+    vorn_debug_1printf("LSQL client that was idle made room for another one.\n");
+    end_connection(*idle);
+  }
+  return 0;
+}
+
+void take(Descriptor socket, void *) {
   const int fd = socket.get();
-  Slot *slot = add_connection(socket);
-  if (!slot)
+  Slot *slot = free_slot();
+  if (!slot) {
+    errno = EUSERS;
     vorn_debug_perror("vorn_lsql_new_connection add_connection");
-  else if (eloop_register_read_sock(fd, connection_is_readable, slot, nullptr) != 0)
-    slot->clear();
-  else
+  } else if (eloop_register_read_sock(fd, connection_is_readable, slot, nullptr) == 0) {
+    keep_alive(fd);
+    slot->socket = std::move(socket);
+    slot->last_sign = Clock::now();
     vorn_debug_1printf("LSQL connection started (fd %d).\n", fd);
+  }
 }
 
 } // namespace
 
 void vorn_lsql_init() noexcept {
-  Descriptor listener(vorn_socket_get_tcp(port, 1));
-  if (listener && eloop_register_read_sock(listener.get(), connection_came, nullptr, nullptr) == 0)
-    listener.release(); // the loop's for the process's life
-  else
+  if (!server->listener.open(Descriptor(vorn_socket_get_tcp(port, 1)),
+                             {"vorn_lsql_new_connection", make_room, take, nullptr}))
     vorn_debug_eprintf("Unable to open LSQL TCP socket - disabled.\n");
 }
 

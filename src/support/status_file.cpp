@@ -163,6 +163,7 @@ public:
 private:
   int list(const Path &directory, const char *rest, const char *prefix) {
     const vorn::Directory listing(opendir(directory.get()));
+    if (!listing && (errno == EMFILE || errno == ENFILE)) return report_unread(directory.get());
     if (!listing) return 0; // after a star not every directory has to be there
     int failed = 0;
     while (const dirent *entry = readdir(listing.get())) {
@@ -188,6 +189,11 @@ private:
     const size_t used = strlen(out_);
     callback_(out_ + used, size_ - static_cast<int>(used), path, prefix, user_);
     return 0;
+  }
+
+  static int report_unread(const char *directory) {
+    vorn_debug_perror(directory);
+    return 1;
   }
 
   static int report_long(const char *name) { return refuse_aloud("The path at %s is too long.\n", name); }

@@ -99,6 +99,51 @@ TEST_F(Eloop, RefusesDescriptorsThatSelectCannotHold) {
   EXPECT_EQ(eloop_register_read_sock(FD_SETSIZE - 1, note_sock, nullptr, nullptr), 0);
 }
 
+// Whoever closes a ready descriptor and opens another one of its number, in an earlier reader or in a
+// timeout, finds nothing on it: neither in this pass nor in the next.
+TEST_F(Eloop, AReadyDescriptorsNumberSaysNothingOfTheNextFileUnderIt) {
+  static const auto replace = [](void *stays, void *second_data) {
+    Pipe &second = *static_cast<Pipe *>(second_data);
+    if (!stays) eloop_unregister_read_sock(second.in.get());
+    const int number = second.in.get();
+    second = Pipe(); // the ready ones are closed
+    char byte;
+    EXPECT_EQ(read(second.in.get(), &byte, 1), 1);
+    EXPECT_EQ(dup2(second.in.get(), number), number);
+    second.in.reset(number);
+    EXPECT_EQ(eloop_register_read_sock(
+                  number, [](int, void *, void *) { events += "new"; }, nullptr, nullptr),
+              0);
+    eloop_register_timeout(0, 20000, stop, nullptr, nullptr);
+  };
+  static const auto replace_once = [](int sock, void *stays, void *second) {
+    char byte;
+    if (read(sock, &byte, 1) == 1) replace(stays, second);
+  };
+  const auto stale = [](int, void *, void *) { events += "stale"; };
+  for (const bool from_timeout : {false, true})
+    for (const bool stays : {false, true}) {
+      eloop_init(nullptr);
+      Pipe first, second;
+      void *const flag = stays ? any : nullptr;
+      if (from_timeout)
+        eloop_register_timeout(0, 0, replace, flag, &second);
+      else
+        eloop_register_read_sock(first.in.get(), replace_once, flag, &second);
+      eloop_register_read_sock(second.in.get(), stale, nullptr, nullptr);
+      eloop_run();
+      EXPECT_EQ(events, "") << from_timeout << stays;
+    }
+}
+
+TEST_F(Eloop, RefusesNullHandlers) {
+  const Pipe pipe;
+  EXPECT_EQ(eloop_register_read_sock(pipe.in.get(), nullptr, nullptr, nullptr), -1);
+  EXPECT_EQ(eloop_register_timeout(0, 0, nullptr, nullptr, nullptr), -1);
+  EXPECT_EQ(eloop_register_signal(SIGUSR1, nullptr, nullptr), -1);
+  eloop_run(); // there is nothing to wait for
+}
+
 TEST_F(Eloop, DefersSignalsAndCallsOnceForManyInOrderOfRegistration) {
   const auto handler = [](int sig, void *loop_data, void *name) {
     EXPECT_STREQ(static_cast<const char *>(loop_data), "loop");
