@@ -1,8 +1,11 @@
 #include "plugins/loader.hpp"
 
 #include "core/handles.hpp"
+#include "core/memory_watch.hpp"
 #include "core/refuse.hpp"
+#include "core/whole_file.hpp"
 #include "plugins/plugin.h"
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
@@ -47,13 +50,21 @@ EntryFunction find_entry(const Library &library) {
   return nullptr;
 }
 
+// The loader tells the reason as a text alone.
+int refuse_library(const char *path) {
+  const char *error = vorn::or_null(dlerror());
+  for (const char *shortage : {"annot allocate memory", "out of memory", "Too many open files"})
+    if (strcasestr(error, shortage)) vorn::note_memory_failure();
+  return refuse("Unable to load plugin \"%s\": %s\n", path, error);
+}
+
 int load(const char *name) {
   vorn_debug_1printf("Loading %s.\n", name);
   char path[sizeof PLUGIN_DIRECTORY + NAME_MAX];
   snprintf(path, sizeof path, "%s%s", PLUGIN_DIRECTORY, name);
   dlerror();
   Library library(dlopen(path, RTLD_NOW));
-  if (!library) return refuse("Unable to load plugin \"%s\": %s\n", path, dlerror());
+  if (!library) return refuse_library(path);
   const EntryFunction entry = find_entry(library);
   if (!entry) return 1;
   library.release(); // it stays for the process's life
@@ -69,6 +80,7 @@ int vorn::vorn_plugins_init() noexcept {
   vorn_debug_1printf("Reading plugins.\n");
   const Directory directory(opendir(PLUGIN_DIRECTORY));
   if (!directory) {
+    if (vorn::is_shortage(errno)) vorn::note_memory_failure();
     vorn_debug_perror("Unable to open plugins directory \"" PLUGIN_DIRECTORY "\"");
     return 1;
   }
@@ -84,6 +96,9 @@ vorn_plugin *vorn_plugin_new(const char *version) noexcept {
                         vorn::or_null(version));
   vorn::CString name(strdup(vorn_plugins_current ? vorn_plugins_current : ""));
   auto *plugin = name ? static_cast<vorn_plugin *>(malloc(sizeof(vorn_plugin))) : nullptr;
-  if (plugin) plugin->name = name.release();
+  if (plugin)
+    plugin->name = name.release();
+  else
+    vorn::note_memory_failure();
   return plugin;
 }

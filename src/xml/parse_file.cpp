@@ -1,0 +1,100 @@
+#include "xml/parse_file.hpp"
+
+#include "core/guard.hpp"
+#include "core/limits.hpp"
+#include "core/refuse.hpp"
+#include "core/whole_file.hpp"
+#include "xml/memory.hpp"
+#include "xml/nodes.hpp"
+#include <cerrno>
+#include <cstring>
+#include <libxml/SAX2.h>
+#include <libxml/parser.h>
+
+namespace vorn {
+
+namespace {
+
+using Parser = std::unique_ptr<xmlParserCtxt, Closer<xmlFreeParserCtxt>>;
+using InputBuffer = std::unique_ptr<xmlParserInputBuffer, Closer<xmlFreeParserInputBuffer>>;
+
+// libxml2 reads what gzip and xz have compressed.
+bool is_compressed(const std::string &bytes) {
+  return bytes.starts_with("\x1f\x8b") || bytes.starts_with(std::string_view("\xfd"
+                                                                             "7zXZ\0",
+                                                                             6));
+}
+
+// Throws std::bad_alloc.
+bool expand(const char *path, std::string &bytes) {
+  const InputBuffer input(xmlParserInputBufferCreateFilename(path, XML_CHAR_ENCODING_NONE));
+  bytes.clear();
+  char block[4096];
+  int count = input ? 0 : -1;
+  while (input && (count = input->readcallback(input->context, block, sizeof block)) > 0) {
+    bytes.append(block, static_cast<size_t>(count));
+    if (bytes.size() > max_config_size) {
+      errno = EFBIG;
+      return false;
+    }
+  }
+  return count == 0;
+}
+
+bool read_file(const char *path, std::string &bytes) {
+  if (!read_whole(path, max_config_size, bytes)) return false;
+  return !is_compressed(bytes) || guarded(false, [&] { return expand(path, bytes); });
+}
+
+// Ends the parsing where the declaration stands, before anything is made of it.
+void refuse_declaration(xmlParserCtxt &parser, const char *what) {
+  vorn_debug_eprintf("%s in the document type declaration of %s.\n", what,
+                     or_null(parser.input ? parser.input->filename : nullptr));
+  xmlStopParser(&parser);
+  parser.wellFormed = 0;
+}
+
+void declare_entity(void *data, const xmlChar *name, int type, const xmlChar *public_id,
+                    const xmlChar *system_id, xmlChar *content) {
+  if (type == XML_INTERNAL_PARAMETER_ENTITY || type == XML_EXTERNAL_PARAMETER_ENTITY)
+    refuse_declaration(*static_cast<xmlParserCtxt *>(data), "Parameter entity");
+  else
+    xmlSAX2EntityDecl(data, name, type, public_id, system_id, content);
+}
+
+void declare_attribute(void *data, const xmlChar *, const xmlChar *, int, int, const xmlChar *,
+                       xmlEnumeration *values) {
+  xmlFreeEnumeration(values); // they are the handler's
+  refuse_declaration(*static_cast<xmlParserCtxt *>(data), "Attribute declaration");
+}
+
+XmlDocument parse(const char *path, const std::string &bytes) {
+  const Parser parser(xmlNewParserCtxt());
+  if (!parser) return nullptr;
+  parser->sax->entityDecl = declare_entity;
+  parser->sax->attributeDecl = declare_attribute;
+  return XmlDocument(
+      xmlCtxtReadMemory(parser.get(), bytes.data(), static_cast<int>(bytes.size()), path, nullptr, 0));
+}
+
+} // namespace
+
+ParsedFile parse_file(const char *path) noexcept {
+  const XmlMemoryWatch memory;
+  std::string bytes;
+  ParsedFile file;
+  if (!read_file(path, bytes)) {
+    file.undecided = memory.has_failed() || is_shortage(errno);
+    // That there is none is usual where nothing was saved yet.
+    vorn_debug_lprintf(errno == ENOENT ? 1 : 0, "Can't read %s: %s\n", path, strerror(errno));
+    return file;
+  }
+  errno = 0;
+  file.document = parse(path, bytes);
+  // What was parsed while memory was short may look whole. A conversion of libc's may have been short of it.
+  file.undecided = memory.has_failed() || (!file.document && errno == ENOMEM);
+  if (file.undecided) file.document.reset();
+  return file;
+}
+
+} // namespace vorn
