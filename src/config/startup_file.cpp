@@ -38,8 +38,8 @@ void check_schema() {
 }
 
 vorn::ParsedFile fall_back() {
-  vorn_debug_eprintf("Unable to parse startup config - resetting to default.\n");
   vorn::keep_startup();
+  vorn_debug_eprintf("Unable to parse startup config - resetting to default.\n");
   vorn_config_copy_default_to_startup();
   return vorn::open_config(startup_path);
 }

@@ -43,13 +43,14 @@ bool name_copy() {
 }
 
 // Returns 0, or the errno of what failed.
+int write_part(std::string_view content) { return write_new(part_path, content) ? 0 : errno; }
+
 int write_copy(std::string_view content) {
-  bool written = write_new(part_path, content);
+  int error = write_part(content);
   // What was given up is worth less than what is to be saved.
-  if (!written && is_full(errno) && unlink(kept_path) == 0) written = write_new(part_path, content);
-  if (written && name_copy()) return 0;
-  const int error = errno;
-  unlink(part_path);
+  if (is_full(error) && unlink(kept_path) == 0) error = write_part(content);
+  if (error == 0 && !name_copy()) error = errno;
+  if (error != 0) unlink(part_path);
   return error;
 }
 
