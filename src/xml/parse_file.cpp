@@ -6,6 +6,7 @@
 #include "core/whole_file.hpp"
 #include "xml/memory.hpp"
 #include "xml/nodes.hpp"
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <libxml/SAX2.h>
@@ -68,13 +69,40 @@ void declare_attribute(void *data, const xmlChar *, const xmlChar *, int, int, c
   refuse_declaration(*static_cast<xmlParserCtxt *>(data), "Attribute declaration");
 }
 
-XmlDocument parse(const char *path, const std::string &bytes) {
+// Hands a file to the parser in small pieces.
+struct Source {
+  xmlParserCtxt *parser;
+  std::string_view rest;
+  const char *path;
+};
+
+// libxml2 compares each attribute and each namespace of an element with all others of it, when it has read
+// the last one and before it asks anybody. Until then it collects them, which shows between the pieces.
+bool collects_too_much(const xmlParserCtxt &parser) {
+  constexpr int many = 1000, places_of_attribute = 5, places_of_namespace = 2;
+  return parser.maxatts > many * places_of_attribute || parser.nsNr > many * places_of_namespace;
+}
+
+int read_piece(void *data, char *buffer, int size) {
+  Source &source = *static_cast<Source *>(data);
+  if (collects_too_much(*source.parser)) {
+    vorn_debug_eprintf("Too many attributes or namespaces in %s.\n", source.path);
+    source.parser->wellFormed = 0;
+    return -1;
+  }
+  constexpr size_t piece_size = 4096;
+  const size_t length = source.rest.copy(buffer, std::min(piece_size, static_cast<size_t>(size)));
+  source.rest.remove_prefix(length);
+  return static_cast<int>(length);
+}
+
+XmlDocument parse(const char *path, std::string_view bytes) {
   const Parser parser(xmlNewParserCtxt());
   if (!parser) return nullptr;
   parser->sax->entityDecl = declare_entity;
   parser->sax->attributeDecl = declare_attribute;
-  return XmlDocument(
-      xmlCtxtReadMemory(parser.get(), bytes.data(), static_cast<int>(bytes.size()), path, nullptr, 0));
+  Source source = {parser.get(), bytes, path};
+  return XmlDocument(xmlCtxtReadIO(parser.get(), read_piece, nullptr, &source, path, nullptr, 0));
 }
 
 } // namespace

@@ -85,6 +85,18 @@ TEST_F(ParseFile, PlainEntitiesAreNotExpanded) {
     parse(text + "]>" + use);
 }
 
+TEST_F(ParseFile, TagsOfTensOfThousandsOfAttributesAreRefused) {
+  for (const string name : {"a", "xmlns:a"}) {
+    for (const int count : {64, 100000}) {
+      string text = "<c";
+      for (int i = 0; i < count; ++i) text += " " + name + std::to_string(i) + "='u'";
+      for (const char *encoding : {"UTF-8", "UTF-16"})
+        EXPECT_EQ(parse(in_encoding(text + "/>", encoding)) != nullptr, count == 64) << name << encoding;
+      EXPECT_EQ(log.take().find("Too many attributes or namespaces in " + path) != string::npos, count > 64);
+    }
+  }
+}
+
 TEST_F(ParseFile, CompressedFilesAreExpandedUpToALimit) {
   std::ofstream(path) << "<c>text</c>";
   ASSERT_EQ(system(("gzip -k " + path).c_str()), 0);
