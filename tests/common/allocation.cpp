@@ -50,8 +50,9 @@ void operator delete[](void *block) noexcept { vorn::test::release(block); }
 void operator delete[](void *block, size_t) noexcept { vorn::test::release(block); }
 
 #if OWN_MALLOC
-// glibc calls the program's malloc where it has one, also for strdup, fopen and the like; its own stay there
-// under these names.
+// glibc and the libraries call the program's malloc where it shows one, also for strdup, fopen and the like;
+// glibc's own stay there under these names.
+#pragma GCC visibility push(default)
 extern "C" {
 void *__libc_malloc(size_t);
 void *__libc_calloc(size_t, size_t);
@@ -74,4 +75,5 @@ void *realloc(void *block, size_t size) {
 }
 void free(void *block) { __libc_free(block); }
 }
+#pragma GCC visibility pop
 #endif
