@@ -50,21 +50,16 @@ EntryFunction find_entry(const Library &library) {
   return nullptr;
 }
 
-// The loader tells the reason as a text alone.
-int refuse_library(const char *path) {
-  const char *error = vorn::or_null(dlerror());
-  for (const char *shortage : {"annot allocate memory", "out of memory", "Too many open files"})
-    if (strcasestr(error, shortage)) vorn::note_memory_failure();
-  return refuse("Unable to load plugin \"%s\": %s\n", path, error);
-}
-
 int load(const char *name) {
   vorn_debug_1printf("Loading %s.\n", name);
   char path[sizeof PLUGIN_DIRECTORY + NAME_MAX];
   snprintf(path, sizeof path, "%s%s", PLUGIN_DIRECTORY, name);
   dlerror();
+  errno = 0;
   Library library(dlopen(path, RTLD_NOW));
-  if (!library) return refuse_library(path);
+  // The loader's text may name another reason, or none.
+  if (!library && vorn::is_shortage(errno)) vorn::note_memory_failure();
+  if (!library) return refuse("Unable to load plugin \"%s\": %s\n", path, dlerror());
   const EntryFunction entry = find_entry(library);
   if (!entry) return 1;
   library.release(); // it stays for the process's life
