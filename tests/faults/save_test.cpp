@@ -8,9 +8,12 @@
 #include "device/agent.hpp"
 #include "faults/tracer.hpp"
 
+#include <climits>
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <optional>
+#include <set>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -127,6 +130,62 @@ TEST_F(Save, KilledInTheMiddleOfAWriteToo) {
       if (result < 0) expect_old_or_new(before, after, "in write " + std::to_string(writes));
     }
     EXPECT_GT(writes, 4);
+  }
+}
+
+// What a cut of power may leave: of what was not synced yet, all, nothing, or a part.
+class Disk {
+public:
+  explicit Disk(const string &startup) : startup_(startup) {}
+
+  // Notes what the disk may hold while the child stands there.
+  void look(const Stop &stop) {
+    if (stop.before) {
+      synced_ = stop.call == SYS_fsync ? path_of(stop) : "";
+    } else if (synced_ == vorn::startup_path) {
+      startup_ = read_file(vorn::startup_path);
+    } else if (synced_ == vorn::part_path) {
+      part_ = read_file(vorn::part_path);
+    } else if (synced_ == vorn::startup_directory) {
+      copy_ = now();
+    }
+    const string current = read_file(vorn::startup_path);
+    const size_t half = current.size() / 2, old_half = std::min(half, startup_.size());
+    for (const string &startup : {current, startup_, current.substr(0, half) + startup_.substr(old_half),
+                                  startup_.substr(0, old_half) + current.substr(half)})
+      for (const auto &copy : {copy_, now()}) states.insert({startup, copy});
+  }
+
+  // The startup file and, if there is one, the copy.
+  std::set<std::pair<string, std::optional<string>>> states;
+
+private:
+  static string path_of(const Stop &stop) {
+    char path[PATH_MAX] = "";
+    const string link = "/proc/" + std::to_string(stop.child) + "/fd/" + std::to_string(stop.arguments[0]);
+    return readlink(link.c_str(), path, sizeof path - 1) < 0 ? "" : path;
+  }
+  // The copy under its name, with the bytes of it that were synced.
+  std::optional<string> now() const { return exists(vorn::copy_path) ? std::optional(part_) : std::nullopt; }
+  string startup_, part_, synced_;
+  std::optional<string> copy_;
+};
+
+TEST_F(Save, ThatAPowerCutEndsLeavesTheOldConfigurationOrTheNew) {
+  for (const auto &[before, after] : pairs) {
+    put(before, after);
+    Disk disk(before);
+    EXPECT_EQ(save([&](const Stop &stop) {
+                disk.look(stop);
+                return Fate();
+              }),
+              0);
+    EXPECT_GT(disk.states.size(), 6u);
+    for (const auto &[startup, copy] : disk.states) {
+      put(startup, after);
+      if (copy) write_file(vorn::copy_path, *copy);
+      expect_old_or_new(before, after, startup + "\nand as copy " + copy.value_or("(none)"));
+    }
   }
 }
 
