@@ -17,17 +17,20 @@ VORN_API vorn_instances *vorn_config_get_running(void) VORN_NOEXCEPT;
  * its instances; null changes nothing. Returns the running configuration. */
 VORN_API vorn_instances *vorn_config_replace_running(vorn_instances *instances) VORN_NOEXCEPT;
 
-/* Writes the persistent part of the running configuration to `path`. Returns 0; 1 without a path, a running
- * configuration or memory, with the file untouched. Failures to write are not reported. */
+/* Writes the persistent part of the running configuration to `path`, in place. Returns 0, or 1 with the
+ * reason logged and the file as it was. */
 VORN_API int vorn_config_dump_running(const char *path) VORN_NOEXCEPT;
 
-/* Writes the running configuration to the startup file, at once and in place, and tells the subscribers.
- * Returns as vorn_config_dump_running. */
+/* Writes the running configuration to the startup file, at once and in place, and tells the subscribers. A
+ * device that dies meanwhile comes up on the old configuration or the new one. Returns 0, or 1 with the
+ * reason logged, the file as it was, and nobody told. That includes a configuration that was loaded while
+ * memory was short: it is not saved until the next start. */
 VORN_API int vorn_config_copy_running_to_startup(void) VORN_NOEXCEPT;
 
 /* Loads the startup file as a new running configuration and commits it; one that cannot be read is made anew
  * of the default or the rescue file. What is wrong in the file is reported and left out. Returns 0, or 1 when
- * no configuration could be read; the running one then stays as it was. */
+ * no configuration could be read; the running one then stays as it was. For want of memory nothing is made
+ * anew, and 0 returned. */
 VORN_API int vorn_config_copy_startup_to_running(void) VORN_NOEXCEPT;
 
 /* Counts this boot as failed until it is confirmed, 20 seconds later; after five in a row that were not,
