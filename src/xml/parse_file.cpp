@@ -79,8 +79,9 @@ struct Source {
 // libxml2 compares each attribute and each namespace of an element with all others of it, when it has read
 // the last one and before it asks anybody. Until then it collects them, which shows between the pieces.
 bool collects_too_much(const xmlParserCtxt &parser) {
-  constexpr int many = 1000, places_of_attribute = 5, places_of_namespace = 2;
-  return parser.maxatts > many * places_of_attribute || parser.nsNr > many * places_of_namespace;
+  constexpr int places_of_attribute = 5, places_of_namespace = 2;
+  return parser.maxatts > max_file_attributes * places_of_attribute ||
+         parser.nsNr > max_file_attributes * places_of_namespace;
 }
 
 int read_piece(void *data, char *buffer, int size) {

@@ -239,7 +239,8 @@ TEST_F(Save, OnADiskThatFailsForGoodLosesNothing) {
 
 // The startup file, on a file system of a few pages, is replaced by another.
 struct Room {
-  int pages, old_radios, new_radios;
+  int pages;
+  size_t old_radios, new_radios;
   bool kept; // what was given up takes up a page
   bool saved, with_copy;
 };
@@ -283,7 +284,7 @@ void limit(int resource, rlim_t value) {
 
 TEST_F(Save, WithinItsLimitsLosesNothing) {
   const auto &[before, after] = pairs[0];
-  for (const rlim_t descriptors : {3, 4, 5}) {
+  for (rlim_t descriptors = 3; descriptors <= 5; ++descriptors) {
     put(before, after);
     const int result = save_behind([&] {
       closefrom(3);
