@@ -9,6 +9,7 @@
 // A boot that lives for confirm_seconds removes the file.
 #include "config/config.h"
 #include "config/paths.hpp"
+#include "config/startup_write.hpp"
 #include "core/debug.h"
 #include "core/eloop.h"
 #include "core/handles.hpp"
@@ -22,7 +23,6 @@ namespace {
 
 using vorn::backup_path;
 using vorn::Descriptor;
-using vorn::startup_path;
 
 constexpr char counter_path[] = "/etc/config/configBootFailures";
 constexpr char reset_path[] = "/tmp/factory-reset";
@@ -54,7 +54,8 @@ bool write_counter(const Descriptor &file, int counter) {
 
 void revert_to_default() {
   say("Reverting to default config");
-  unlink(startup_path);
+  vorn::keep_startup();
+  vorn::remove_startup();
   unlink(counter_path); // what is written to it now is gone with it: counting starts again
   const Descriptor marker(open(reset_path, O_RDWR | O_CREAT | O_CLOEXEC, any_access));
 }

@@ -17,19 +17,20 @@ VORN_API vorn_instances *vorn_config_get_running(void) VORN_NOEXCEPT;
  * its instances; null, and the running one itself, change nothing. Returns the running configuration. */
 VORN_API vorn_instances *vorn_config_replace_running(vorn_instances *instances) VORN_NOEXCEPT;
 
-/* Writes the persistent part of the running configuration to the file `path`. Returns 0, also when writing
- * fails, which is not reported. Returns 1, with the reason logged and the file untouched, when `path` is
- * null, there is no running configuration, or memory runs out. */
+/* Writes the persistent part of the running configuration to the file `path`, in place. Returns 0, or 1 with
+ * the reason logged and the file as it was. */
 VORN_API int vorn_config_dump_running(const char *path) VORN_NOEXCEPT;
 
-/* Writes the running configuration to the startup file, without a temporary file between, then calls sync(2)
- * and tells the subscribers. Returns 0, or 1 when vorn_config_dump_running does; then nobody is told. */
+/* Writes the running configuration to the startup file, in place, then calls sync(2) and tells the
+ * subscribers. A device that dies meanwhile comes up on the old configuration or the new one. Returns 0, or 1
+ * with the reason logged, the file as it was, and nobody told. That includes a configuration that was loaded
+ * while memory was short: it is not saved until the next start. */
 VORN_API int vorn_config_copy_running_to_startup(void) VORN_NOEXCEPT;
 
 /* Loads the startup file as a new running configuration and commits it; the earlier one is not freed. A file
- * that cannot be read is first replaced by the default or the rescue file. What is wrong in the file is
- * reported and left out. Returns 1 when no file could be read, else 0, also when memory ran out, which is
- * logged; in both cases the running configuration stays as it was. */
+ * that cannot be read is first replaced by the default or the rescue file, but not when memory is short. What
+ * is wrong in the file is reported and left out. Returns 1 when no file could be read, else 0, also when
+ * memory ran out, which is logged; in both cases the running configuration stays as it was. */
 VORN_API int vorn_config_copy_startup_to_running(void) VORN_NOEXCEPT;
 
 /* Counts this boot as failed, and has the loop confirm it 20 seconds later. After five boots in a row that

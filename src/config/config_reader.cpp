@@ -4,6 +4,7 @@
 #include "commit/providers.h"
 #include "config/config.h"
 #include "config/running.hpp"
+#include "core/memory_watch.hpp"
 #include "core/refuse.hpp"
 #include "model/classes.hpp"
 #include "model/instances.hpp"
@@ -123,27 +124,41 @@ void add_singletons(vorn_instances &running, vorn_changes &changes) {
   }
 }
 
+bool has_right_root(const xmlDoc &document) {
+  const xmlNode *root = xmlDocGetRootElement(&document);
+  if (!root) return refuse_aloud("Empty document.\n");
+  return vorn::is_named(root, root_name) ||
+         refuse_aloud("Document of the wrong type: root node is not \"%s\".", root_name);
+}
+
 } // namespace
 
-XmlDocument vorn::open_config(const char *path) noexcept {
-  if (!path) return refuse_aloud("Config filename is null.\n");
-  XmlDocument document(xmlParseFile(path));
-  if (!document) return refuse_aloud("Config not parsed successfully.\n");
-  const xmlNode *root = xmlDocGetRootElement(document.get());
-  if (!root) return refuse_aloud("Empty document.\n");
-  if (!is_named(root, root_name))
-    return refuse_aloud("Document of the wrong type: root node is not \"%s\".", root_name);
-  return document;
+vorn::ParsedFile vorn::open_config(const char *path) noexcept {
+  ParsedFile file;
+  if (!path) {
+    vorn_debug_eprintf("Config filename is null.\n");
+    return file;
+  }
+  file = parse_file(path);
+  if (file.undecided)
+    vorn_debug_eprintf("Config not read: no memory, or no descriptor.\n");
+  else if (!file.document)
+    vorn_debug_eprintf("Config not parsed successfully.\n");
+  else if (!has_right_root(*file.document))
+    file.document.reset();
+  return file;
 }
 
 int vorn::load_config(XmlDocument document) noexcept {
+  const MemoryWatch memory;
   OwnedInstances running(vorn_instances_new());
   vorn_changes *changes = running ? vorn_changes_new(running.get()) : nullptr;
-  if (!changes) return 1;
+  if (!changes) return refuse_aloud("No memory to load the configuration.\n");
   set_running(running.get());
   load_instances(*running, *changes, *document);
   free_document(std::move(document));
   add_singletons(*running, *changes);
+  if (memory.has_failed()) refuse_saving("memory ran out while it was loaded");
   vorn_providers_commit(running.release(), changes, nullptr);
   vorn_changes_delete(changes);
   return 0;

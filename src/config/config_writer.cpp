@@ -1,10 +1,17 @@
 // Writes the running configuration in the format of the configuration file.
 #include "config/config.h"
+#include "config/in_place.hpp"
+#include "config/paths.hpp"
+#include "config/running.hpp"
+#include "config/startup_write.hpp"
+#include "core/guard.hpp"
+#include "core/limits.hpp"
 #include "core/refuse.hpp"
 #include "model/classes.hpp"
 #include "model/instances.hpp"
-#include "xml/handles.hpp"
 #include "xml/nodes.hpp"
+#include "xml/serialize.hpp"
+#include <cstring>
 
 namespace {
 
@@ -39,38 +46,54 @@ bool is_saved(const vorn_instance &instance, const char *property_name) {
   return property && property->persistence;
 }
 
-// Returns false when memory has run out, as all here.
-bool write_instance(xmlNode *root, const vorn_class &cls, const vorn_instance &instance) {
-  const char *name = instance.name.get();
-  if (!can_save_name(instance)) return true;
-  xmlNode *element = vorn::add_element(root, cls.name.c_str());
-  if (!element || (name && !vorn::set_attribute(element, "name", name))) return false;
-  for (const auto &entry : *instance.values) {
-    const char *value = entry.value.get();
-    if (!is_saved(instance, entry.name()) || !can_save_value(instance, entry.name(), value)) continue;
-    if (!vorn::add_element(element, entry.name(), value)) return false;
+// All that write throw std::bad_alloc.
+void write_value(std::string &out, const char *property, const char *value) {
+  out.append("    <").append(property);
+  if (!*value) {
+    out += "/>\n";
+    return;
   }
-  return true;
+  out += '>';
+  vorn::append_xml_text(out, value);
+  out.append("</").append(property).append(">\n");
 }
 
-bool write_class(xmlNode *root, const vorn_class &cls, const vorn_instances &instances) {
-  vorn_instances_iterator it(instances, cls);
-  while (it.has_next())
-    if (!write_instance(root, cls, *it.next())) return false;
-  return true;
+void write_instance(std::string &out, const char *class_name, const vorn_instance &instance) {
+  if (!can_save_name(instance)) return;
+  out.append("  <").append(class_name);
+  if (const char *name = instance.name.get()) {
+    out += " name=\"";
+    vorn::append_xml_attribute(out, name);
+    out += '"';
+  }
+  const size_t head = out.size();
+  out += ">\n";
+  const size_t empty = out.size();
+  for (const auto &entry : *instance.values)
+    if (is_saved(instance, entry.name()) && can_save_value(instance, entry.name(), entry.value.get()))
+      write_value(out, entry.name(), entry.value.get());
+  if (out.size() > empty)
+    out.append("  </").append(class_name).append(">\n");
+  else
+    out.replace(head, std::string::npos, "/>\n");
 }
 
-// The whole document, or null without memory: half of one must not replace a file.
-vorn::XmlDocument build_document(const vorn_instances &instances) {
-  vorn::XmlDocument document(vorn::new_document("config"));
-  if (!document) return nullptr;
+// The bytes that libxml2 writes for such a document, indented.
+std::string write_document(const vorn_instances &instances) {
+  std::string out = "<?xml version=\"1.0\"?>\n<config>\n";
+  const size_t empty = out.size();
   for (const auto &entry : vorn::classes()) {
     const vorn_class &cls = *entry.value;
     // Instances of a subclass are written as such of the class that it extends.
     if (!cls.persistence || cls.superclass_name || !can_save_class(cls)) continue;
-    if (!write_class(xmlDocGetRootElement(document.get()), cls, instances)) return nullptr;
+    vorn_instances_iterator it(instances, cls);
+    while (it.has_next()) write_instance(out, cls.name.c_str(), *it.next());
   }
-  return document;
+  if (out.size() > empty)
+    out += "</config>\n";
+  else
+    out.replace(empty - strlen(">\n"), std::string::npos, "/>\n");
+  return out;
 }
 
 } // namespace
@@ -79,8 +102,15 @@ int vorn_config_dump_running(const char *path) noexcept {
   if (!path) return refuse_aloud("Config filename is null.\n");
   const vorn_instances *running = vorn_config_get_running();
   if (!running) return refuse_aloud("Null instances.\n");
-  const vorn::XmlDocument document = build_document(*running);
-  if (!document) return refuse_aloud("No memory to write the configuration.\n");
-  xmlSaveFormatFile(path, document.get(), 1);
-  return 0;
+  const bool is_startup = strcmp(path, vorn::startup_path) == 0;
+  if (is_startup && !vorn::may_be_saved()) return 1;
+  std::string content;
+  const bool whole = vorn::guarded(false, [&] {
+    content = write_document(*running);
+    return true;
+  });
+  if (!whole) return refuse_aloud("No memory to write the configuration.\n");
+  if (content.size() > vorn::max_config_size)
+    return refuse_aloud("The configuration is too long to be read again: %zu bytes.\n", content.size());
+  return is_startup ? vorn::replace_startup(content) : vorn::write_file(path, content);
 }

@@ -3,16 +3,20 @@
 #include "config/config.h"
 #include "config/config_reader.hpp"
 #include "config/default_header.hpp"
+#include "config/in_place.hpp"
 #include "config/paths.hpp"
+#include "config/running.hpp"
+#include "config/startup_write.hpp"
 #include "core/guard.hpp"
 #include "core/handles.hpp"
+#include "core/limits.hpp"
 #include "core/refuse.hpp"
+#include "core/whole_file.hpp"
 #include "notify/notify.h"
 #include "notify/request_state.h"
 #include "process/command.h"
 #include <algorithm>
 #include <cerrno>
-#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <sys/stat.h>
@@ -24,7 +28,6 @@ using vorn::default_path;
 using vorn::File;
 using vorn::refuse_aloud;
 using vorn::rescue_path;
-using vorn::startup_path;
 
 constexpr char body_path[] = "/tmp/defaultconfig.xml";
 constexpr char checklist_path[] = "/tmp/defaultconfig.xml.md5"; // what md5sum -c reads
@@ -64,27 +67,17 @@ bool copy_bytes(const File &from, File to, long count) {
   return written && closed && !ferror(from.get());
 }
 
-// Makes the startup file a copy of another one. That is opened first: without it the startup file stays as it
-// is. The log tells what the device comes up on, which is called `name`.
+// Makes the startup file a copy of another one. That is read first, whole: without it the startup file stays
+// as it is. The log tells what the device comes up on, which is called `name`.
 void copy_to_startup(const char *path, const char *name) {
+  std::string content;
   const File from(fopen(path, "re"));
-  if (!from) {
+  if (!from)
     vorn_debug_eprintf("vorn_config_cp: Can't open %s\n", path);
-    return;
-  }
-  const int first = getc(from.get());
-  if (first == EOF && ferror(from.get())) {
+  else if (!vorn::read_whole(fileno(from.get()), vorn::max_config_size, content))
     vorn_debug_perror(path);
-    return;
-  }
-  ungetc(first, from.get());
-  File to(fopen(startup_path, "we"));
-  if (!to)
-    vorn_debug_eprintf("vorn_config_cp: Can't open %s\n", startup_path);
-  else if (copy_bytes(from, std::move(to), LONG_MAX))
+  else if (vorn::replace_startup(content) == 0)
     vorn_debug_printf("The startup configuration is now the %s configuration.\n", name);
-  else
-    vorn_debug_perror(startup_path);
 }
 
 void announce() {
@@ -125,14 +118,14 @@ int extract_default() {
 
 // ---- To the default ----
 
-// Returns the size of the body in bytes, or -1, reported. The writer does not tell whether it could write,
-// and what is no configuration must not replace a default that is one.
-long write_body() {
+// Returns whether the body is written, and is a configuration: what is none must not replace a default that
+// is one.
+bool write_body() {
   struct stat status;
   unlink(body_path);
-  if (vorn_config_dump_running(body_path) != 0) return -1;
-  if (stat(body_path, &status) != 0) return refuse_aloud<-1>("Can't stat %s.\n", body_path);
-  return vorn::open_config(body_path) ? static_cast<long>(status.st_size) : -1;
+  if (!vorn::may_be_saved() || vorn_config_dump_running(body_path) != 0) return false;
+  if (stat(body_path, &status) != 0) return refuse_aloud("Can't stat %s.\n", body_path);
+  return vorn::open_config(body_path).document != nullptr;
 }
 
 // Returns whether the checksum of the body could be made.
@@ -145,23 +138,21 @@ bool read_md5(char (&md5)[33]) {
   return refuse_aloud("No checksum in %s.\n", md5_path);
 }
 
-int write_default(long size, const char *md5) {
-  File file(fopen(default_path, "we"));
-  if (!file) return cannot_open<1>(default_path);
-  const File body(fopen(body_path, "re"));
-  if (!body) return cannot_open<1>(body_path);
-  fprintf(file.get(), "Version: 1\nLength: %ld\nMD5sum: %s\n\n", size, md5);
-  if (copy_bytes(body, std::move(file), size)) return 0;
-  vorn_debug_perror(default_path);
-  return 1;
+// What it holds stays when it cannot be written whole. Throws std::bad_alloc.
+int write_default(const char *md5) {
+  std::string body;
+  if (!vorn::read_whole(body_path, vorn::max_config_size, body)) return cannot_open<1>(body_path);
+  const std::string header =
+      "Version: 1\nLength: " + std::to_string(body.size()) + "\nMD5sum: " + md5 + "\n\n";
+  return vorn::write_file(default_path, header + body);
 }
 
 } // namespace
 
 int vorn_config_copy_running_to_default() noexcept {
   char md5[33] = "";
-  const long size = write_body();
-  return size >= 0 && read_md5(md5) ? write_default(size, md5) : 1;
+  if (!write_body() || !read_md5(md5)) return 1;
+  return vorn::guarded(1, [&] { return write_default(md5); });
 }
 
 int vorn_config_copy_default_to_startup() noexcept {

@@ -2,7 +2,10 @@
 #include "config/config.h"
 #include "config/config_reader.hpp"
 #include "config/paths.hpp"
+#include "config/running.hpp"
+#include "config/startup_write.hpp"
 #include "core/handles.hpp"
+#include "core/memory_watch.hpp"
 #include "core/refuse.hpp"
 #include "notify/notify.h"
 #include "notify/request_state.h"
@@ -28,6 +31,19 @@ char *error_document(const char *message) {
   return document;
 }
 
+// Memory that ran out while the plugins declared their classes: what those lack, the load leaves out.
+void check_schema() {
+  if (!vorn_config_get_running() && vorn::memory_failures > 0)
+    vorn::refuse_saving("memory ran out while the plugins were loaded");
+}
+
+vorn::ParsedFile fall_back() {
+  vorn::keep_startup();
+  vorn_debug_eprintf("Unable to parse startup config - resetting to default.\n");
+  vorn_config_copy_default_to_startup();
+  return vorn::open_config(startup_path);
+}
+
 } // namespace
 
 int vorn_config_copy_running_to_startup() noexcept {
@@ -38,20 +54,21 @@ int vorn_config_copy_running_to_startup() noexcept {
 }
 
 int vorn_config_copy_startup_to_running() noexcept {
-  vorn::XmlDocument document = vorn::open_config(startup_path);
-  if (!document) {
-    vorn_debug_eprintf("Unable to parse startup config - resetting to default.\n");
-    vorn_config_copy_default_to_startup();
-    document = vorn::open_config(startup_path);
-  }
-  if (!document) return vorn::refuse_aloud("Unable to read the default either.");
-  if (vorn::load_config(std::move(document)) != 0)
-    vorn_debug_eprintf("No memory to load the configuration.\n");
-  return 0; // the file is good
+  const vorn::MemoryWatch memory;
+  check_schema();
+  vorn::ParsedFile file = vorn::open_startup();
+  if (!file.document && !file.undecided) file = fall_back();
+  if (!file.document && !file.undecided && !memory.has_failed())
+    return vorn::refuse_aloud("Unable to read the default either.");
+  // The file may be good: nothing replaces it, neither a fall-back nor what runs without it.
+  if (!file.document || vorn::load_config(std::move(file.document)) != 0)
+    vorn::refuse_saving("it could not be loaded");
+  return 0;
 }
 
 int vorn_config_copy_backup_to_running() noexcept {
-  if (vorn::XmlDocument document = vorn::open_config(backup_path)) vorn::load_config(std::move(document));
+  vorn::ParsedFile file = vorn::open_config(backup_path);
+  if (file.document) vorn::load_config(std::move(file.document));
   return 0;
 }
 

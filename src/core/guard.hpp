@@ -1,6 +1,7 @@
 // Keeps allocation failures inside the agent: the exported interface reports them by its failure values.
 #pragma once
 
+#include "core/memory_watch.hpp"
 #include <new>
 #include <stdexcept>
 #include <utility>
@@ -14,8 +15,10 @@ template <class Result, class Body> Result guarded(Result failure, Body &&body) 
   try {
     return std::forward<Body>(body)();
   } catch (const std::bad_alloc &) {
+    note_memory_failure();
     return failure;
   } catch (const std::length_error &) {
+    note_memory_failure();
     return failure;
   }
 }

@@ -1,8 +1,11 @@
 #include "plugins/loader.hpp"
 
 #include "core/handles.hpp"
+#include "core/memory_watch.hpp"
 #include "core/refuse.hpp"
+#include "core/whole_file.hpp"
 #include "plugins/plugin.h"
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
@@ -52,7 +55,10 @@ int load(const char *name) {
   char path[sizeof PLUGIN_DIRECTORY + NAME_MAX];
   snprintf(path, sizeof path, "%s%s", PLUGIN_DIRECTORY, name);
   dlerror();
+  errno = 0;
   Library library(dlopen(path, RTLD_NOW));
+  // The loader's text may name another reason, or none.
+  if (!library && vorn::is_shortage(errno)) vorn::note_memory_failure();
   if (!library) return refuse("Unable to load plugin \"%s\": %s\n", path, dlerror());
   const EntryFunction entry = find_entry(library);
   if (!entry) return 1;
@@ -69,6 +75,7 @@ int vorn::vorn_plugins_init() noexcept {
   vorn_debug_1printf("Reading plugins.\n");
   const Directory directory(opendir(PLUGIN_DIRECTORY));
   if (!directory) {
+    if (vorn::is_shortage(errno)) vorn::note_memory_failure();
     vorn_debug_perror("Unable to open plugins directory \"" PLUGIN_DIRECTORY "\"");
     return 1;
   }
@@ -84,6 +91,9 @@ vorn_plugin *vorn_plugin_new(const char *version) noexcept {
                         vorn::or_null(version));
   vorn::CString name(strdup(vorn_plugins_current ? vorn_plugins_current : ""));
   auto *plugin = name ? static_cast<vorn_plugin *>(malloc(sizeof(vorn_plugin))) : nullptr;
-  if (plugin) plugin->name = name.release();
+  if (plugin)
+    plugin->name = name.release();
+  else
+    vorn::note_memory_failure();
   return plugin;
 }

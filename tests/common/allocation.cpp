@@ -1,18 +1,33 @@
 #include "common/allocation.hpp"
 
+#include <cerrno>
 #include <cstdlib>
 #include <new>
 
+#if defined(__SANITIZE_ADDRESS__) || !defined(__GLIBC__)
+#define OWN_MALLOC 0
+#elif defined(__has_feature)
+#define OWN_MALLOC !__has_feature(address_sanitizer)
+#else
+#define OWN_MALLOC 1
+#endif
+
 namespace vorn::test {
 long allocations_left = -1;
+long mallocs_left = -1;
+bool mallocs_stay_out = false;
+long mallocs_failed = 0;
 long live_blocks = 0;
+
+bool can_fail_mallocs() { return OWN_MALLOC; }
 
 namespace {
 void *allocate(size_t size) {
   if (allocations_left == 0) return nullptr;
   if (allocations_left > 0) --allocations_left;
-  ++live_blocks;
-  return malloc(size ? size : 1);
+  void *block = malloc(size ? size : 1);
+  if (block) ++live_blocks;
+  return block;
 }
 void release(void *block) {
   if (!block) return;
@@ -33,3 +48,32 @@ void operator delete(void *block) noexcept { vorn::test::release(block); }
 void operator delete(void *block, size_t) noexcept { vorn::test::release(block); }
 void operator delete[](void *block) noexcept { vorn::test::release(block); }
 void operator delete[](void *block, size_t) noexcept { vorn::test::release(block); }
+
+#if OWN_MALLOC
+// glibc and the libraries call the program's malloc where it shows one, also for strdup, fopen and the like;
+// glibc's own stay there under these names.
+#pragma GCC visibility push(default)
+extern "C" {
+void *__libc_malloc(size_t);
+void *__libc_calloc(size_t, size_t);
+void *__libc_realloc(void *, size_t);
+void __libc_free(void *);
+
+static bool runs_out() {
+  using namespace vorn::test;
+  if (mallocs_left < 0 || mallocs_left-- > 0) return false;
+  if (mallocs_stay_out) mallocs_left = 0;
+  ++mallocs_failed;
+  errno = ENOMEM;
+  return true;
+}
+
+void *malloc(size_t size) { return runs_out() ? nullptr : __libc_malloc(size); }
+void *calloc(size_t count, size_t size) { return runs_out() ? nullptr : __libc_calloc(count, size); }
+void *realloc(void *block, size_t size) {
+  return size != 0 && runs_out() ? nullptr : __libc_realloc(block, size);
+}
+void free(void *block) { __libc_free(block); }
+}
+#pragma GCC visibility pop
+#endif

@@ -1,12 +1,23 @@
-// Lets operator new fail when a test wants it to.
+// Lets memory run out when a test wants it to.
 #pragma once
 
 #include <cstddef>
 
 namespace vorn::test {
 
-// The allocations until one fails; negative for never.
+// The allocations by operator new until one fails; negative for never.
 extern long allocations_left;
+
+// The allocations until one fails of all that the process makes, by operator new, by its libraries, by libc;
+// negative for never. That one fails, or, where `mallocs_stay_out` is set, all from there on.
+extern long mallocs_left;
+extern bool mallocs_stay_out;
+
+// How many of these have failed.
+extern long mallocs_failed;
+
+// Whether this build can do that: the address sanitizer has an allocator of its own.
+bool can_fail_mallocs();
 
 // Blocks that operator new has given and that are not freed yet.
 extern long live_blocks;
@@ -22,6 +33,21 @@ template <class Attempt, class Check> int fail_each_allocation(Attempt attempt, 
     allocations_left = -1;
     if (done && untouched) return failures;
     if (!done) check();
+  }
+}
+
+// As above, of all allocations of the process; a library may get along without one, so `check` is called
+// after each attempt, with what it returned and whether an allocation failed. The first attempt is with
+// memory enough.
+template <class Attempt, class Check> int fail_each_malloc(Attempt attempt, Check check) {
+  check(attempt(), false); // what is made once is there from now on
+  for (int failures = 0;; ++failures) {
+    mallocs_failed = 0;
+    mallocs_left = failures;
+    const auto result = attempt();
+    mallocs_left = -1;
+    check(result, mallocs_failed > 0);
+    if (mallocs_failed == 0) return failures;
   }
 }
 

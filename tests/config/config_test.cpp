@@ -3,10 +3,12 @@
 #include "config/config.h"
 #include "config/config_reader.hpp"
 #include "config/running.hpp"
+#include "xml/handles.hpp"
 #include "xml/nodes.hpp"
 
 #include <fstream>
 #include <gtest/gtest.h>
+#include <random>
 #include <sstream>
 
 namespace {
@@ -23,7 +25,7 @@ struct Config : testing::Test {
   std::string load(const std::string &text) {
     std::ofstream(path) << text;
     vorn_instances *before = vorn_config_get_running();
-    vorn::XmlDocument document = vorn::open_config(path.c_str());
+    vorn::XmlDocument document = vorn::open_config(path.c_str()).document;
     if (!document) return "not loaded";
     EXPECT_EQ(vorn::load_config(std::move(document)), 0);
     vorn_instances_delete_all(before);
@@ -54,7 +56,7 @@ TEST_F(Config, FilesThatAreNoneAreRefusedWithTheirReason) {
     EXPECT_EQ(load(text), "not loaded") << text;
     EXPECT_TRUE(log.take().ends_with(message)) << text; // after what libxml2 itself says
   }
-  EXPECT_EQ(vorn::open_config(testing::TempDir().c_str()), nullptr); // a directory
+  EXPECT_EQ(vorn::open_config(testing::TempDir().c_str()).document, nullptr); // a directory
   EXPECT_EQ(vorn_config_get_running(), nullptr);
 }
 
@@ -122,6 +124,68 @@ TEST_F(Config, WritesWhatPersistsInTheRegistrysOrder) {
             "<?xml version=\"1.0\"?>\n<config>\n  <system>\n    <place/>\n    <host>h</host>\n  "
             "</system>\n  <server/>\n  <port name=\"w\">\n    <speed>2</speed>\n    <type>wire</type>\n    "
             "<mtu>1</mtu>\n  </port>\n  <radio name=\"r\">\n    <mode>a</mode>\n  </radio>\n</config>\n");
+}
+
+// Some characters of every kind, or few, or blanks alone.
+std::string random_text(std::mt19937 &random) {
+  static const char *const characters[] = {" ",      "\n",         "\t",  "<",   "&",     ">",
+                                           "\"",     "'",          "\r",  "a",   "&amp;", "\u0085",
+                                           "\u20ac", "\U00010000", "]]>", "\x7f"};
+  std::string text;
+  const size_t kinds = random() % 4 == 0 ? 3 : std::size(characters);
+  for (size_t length = random() % 6; length > 0; --length) text += characters[random() % kinds];
+  return text;
+}
+
+// The running configuration as a document of libxml2's, as libxml2 writes it.
+std::string by_libxml2() {
+  const vorn::XmlDocument document(vorn::new_document("config"));
+  for (const char *name : {"system", "server", "port", "radio", "rule"}) {
+    vorn_instances_iterator it(*vorn_config_get_running(), *vorn_classes_get(name));
+    while (it.has_next()) {
+      const vorn_instance &instance = *it.next();
+      xmlNode *element = vorn::add_element(xmlDocGetRootElement(document.get()), name);
+      if (instance.name.get()) vorn::set_attribute(element, "name", instance.name.get());
+      for (const auto &value : *instance.values) vorn::add_element(element, value.name(), value.value.get());
+    }
+  }
+  xmlChar *dump = nullptr;
+  int size = 0;
+  xmlDocDumpFormatMemory(document.get(), &dump, &size, 1);
+  return vorn::text_of(vorn::XmlText(dump).get());
+}
+
+TEST_F(Config, WritesTheBytesOfLibxml2) {
+  std::mt19937 random(1);
+  const auto maybe = [&](vorn_instance *instance, const char *property) {
+    if (random() % 3 > 0) vorn_instance_set_value(instance, property, random_text(random).c_str());
+  };
+  for (int i = 0; i < 200; ++i) {
+    vorn_instances_delete_all(vorn_config_get_running());
+    vorn::set_running(vorn_instances_new());
+    for (size_t count = random() % 8; count > 0; --count) {
+      vorn_instance *rule = add(vorn_config_get_running(), "rule", random_text(random).c_str());
+      if (rule) maybe(rule, "action");
+      vorn_instance *air =
+          add(vorn_config_get_running(), "air", random_text(random).c_str(), {{"type", "air"}});
+      if (!air) continue;
+      maybe(air, "channel");
+      maybe(air, "mtu");
+    }
+    ASSERT_EQ(save(), by_libxml2());
+  }
+}
+
+TEST_F(Config, AFileThatCannotBeWrittenKeepsItsContentAndTheReasonIsLogged) {
+  vorn::set_running(vorn_instances_new());
+  add(vorn_config_get_running(), "radio", "r");
+  EXPECT_EQ(vorn_config_dump_running("/dev/full"), 1);
+  EXPECT_EQ(log.take(), "vorn: Can't write /dev/full: No space left on device\n");
+  EXPECT_EQ(vorn_config_dump_running((path + "/none").c_str()), 1);
+  EXPECT_EQ(log.take(), "vorn: Can't write " + path + "/none: No such file or directory\n");
+  EXPECT_EQ(vorn_config_dump_running("/dev/null"), 0);
+  std::ofstream(path) << std::string(100000, 'x');
+  EXPECT_EQ(save(), by_libxml2()); // what was longer leaves nothing behind
 }
 
 TEST_F(Config, EveryTextComesBackUnchanged) {
