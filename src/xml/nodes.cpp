@@ -69,14 +69,17 @@ Decoded decode_utf8(const char *bytes) noexcept {
   return decode(reinterpret_cast<const unsigned char *>(bytes));
 }
 
-bool xml_can_carry(const char *text) noexcept {
-  const char *const start = text;
+bool is_xml_characters(const char *text) noexcept {
   while (*text) {
     const Decoded next = decode_utf8(text);
     if (next.length == 0 || !is_xml_character(next.character)) return false;
     text += next.length;
   }
-  return text - start < XML_MAX_TEXT_LENGTH;
+  return true;
+}
+
+bool xml_can_carry(const char *text) noexcept {
+  return is_xml_characters(text) && strlen(text) < XML_MAX_TEXT_LENGTH;
 }
 
 bool is_xml_name(const char *name) noexcept { return xmlValidateName(xml_text(name), 0) == 0; }

@@ -29,8 +29,11 @@ struct Decoded {
 };
 Decoded decode_utf8(const char *bytes) noexcept;
 
-// Whether an XML document can hold the text and be read again: valid UTF-8 of the characters that XML 1.0
-// allows (its production 2, "Char"), and not more of them than libxml2 takes.
+// Whether the text is valid UTF-8 of the characters that XML 1.0 allows (its production 2, "Char").
+bool is_xml_characters(const char *text) noexcept;
+
+// Whether an XML document can hold the text and be read again: characters that XML allows, and not more
+// of them than libxml2 takes.
 bool xml_can_carry(const char *text) noexcept;
 
 // Whether the name can be that of an element (XML 1.0's production 5, "Name").
