@@ -46,7 +46,7 @@ public:
 
 private:
   void grow(size_t least) {
-    if (!resize(std::max({least, capacity_ + capacity_ / 2, size_t{256}}))) throw std::bad_alloc();
+    if (!resize(std::max({least, capacity_ + capacity_ / 4, size_t{256}}))) throw std::bad_alloc();
   }
 
   bool resize(size_t capacity) noexcept {

@@ -126,7 +126,7 @@ void Evaluation::apply(const xmlNode *operations) {
 // A plain request that ends with a select commits nothing, even when earlier operations changed something:
 // deliberate, clients read back what they have written that way.
 void Evaluation::commit() {
-  result_.reserve_end();
+  if (in_transaction_) result_.reserve_end(); // from here on nothing may fail
   if (copy_) vorn_config_replace_running(copy_.release());
   if (last_only_read_ && !in_transaction_) return;
   if (context_.target) vorn_providers_commit(context_.target, changes_.get(), nullptr);
