@@ -104,13 +104,13 @@ struct Assignment {
   bool inserting;         // lets what is required be set though it is not writable
 };
 
-// Sets a value and has it recorded; false when the property's validators refuse it.
+// Has a value recorded and sets it; what could not be recorded is taken back in the end. False when the
+// property's validators refuse it.
 bool store(Context &context, const Assignment &to, const vorn_property &property, const char *value) {
   context.budget.step();
   context.budget.add_stored(strlen(value) + value_overhead);
   const char *name = property.name.c_str();
   if (!to.inserting) vorn_changes_add_property(context.changes, &to.instance, name);
-  expect_memory(context); // what is not recorded is not changed
   std::optional<Budget::PluginTime> validating;
   if (property.is_valid || property.is_instance_valid) validating.emplace(context.budget);
   return vorn_instance_set_value(&to.instance, name, value) == 0;

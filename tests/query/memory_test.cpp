@@ -163,4 +163,27 @@ TEST_F(Memory, ARequestIsEvaluatedAsItWasSentOrNotAtAll) {
   }
 }
 
+// Outside of a transaction what earlier operations have changed stays; the reply tells which these are.
+TEST_F(Memory, TheReplyTellsWhichOperationsWereCarriedOut) {
+  string inserts;
+  for (int i = 0; i < 100; ++i) inserts += "<insert><server/></insert>";
+  const string request = "<lsql>" + inserts + "</lsql>";
+  const auto count = [](const string &text, const string &part) {
+    int times = 0;
+    for (size_t at = 0; (at = text.find(part, at)) != string::npos; ++at) ++times;
+    return times;
+  };
+  for (int i = 0; i < 2; ++i, for_good = !for_good) {
+    long failing = 0;
+    do {
+      const Outcome outcome = evaluate(request.c_str(), false, failing);
+      EXPECT_EQ(count(outcome.reply, "<rc>0</rc><counter>1</counter>"), count(outcome.state, "class: server"))
+          << failing << outcome.reply;
+      EXPECT_EQ(outcome.committed.empty(),
+                has_failed && count(outcome.reply, "<rc>0</rc><counter>1</counter>") < 100);
+      ++failing;
+    } while (has_failed);
+  }
+}
+
 } // namespace
