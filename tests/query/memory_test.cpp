@@ -29,6 +29,7 @@ bool fails_now() {
 
 // Stand for the allocating functions in the agent's code, through which libxml2's and operator new's go too
 // (the linker's --wrap).
+#pragma GCC visibility push(default)
 extern "C" {
 void *__real_malloc(size_t size);
 void *__real_realloc(void *block, size_t size);
@@ -37,6 +38,7 @@ void *__wrap_malloc(size_t size) { return fails_now() ? nullptr : __real_malloc(
 void *__wrap_realloc(void *block, size_t size) { return fails_now() ? nullptr : __real_realloc(block, size); }
 char *__wrap_strdup(const char *text) { return fails_now() ? nullptr : __real_strdup(text); }
 }
+#pragma GCC visibility pop
 
 namespace {
 
