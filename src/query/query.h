@@ -8,10 +8,10 @@
 VORN_BEGIN_DECLS
 
 /* Evaluates a request against the running configuration and commits what it changed. Returns the result
- * document as text, to be freed with xmlFree or free(3); null when the request is not valid, or memory runs out
- * for the reply. Errors of the request stand in the result, also that it is too long or too expensive, or that
- * memory ran out: then it has changed nothing, or, with several operations outside of a transaction, only what
- * those before the one at fault have changed. */
+ * document as text, to be freed with xmlFree or free(3); null when the request is not valid, or memory runs
+ * out for the reply. Errors of the request stand in the result, also that it is too long or too expensive, or
+ * that memory ran out: then it has changed nothing, or, with several operations outside of a transaction,
+ * only what those before the one at fault have changed. */
 VORN_API char *vorn_query_eval(const char *request) VORN_NOEXCEPT;
 
 /* As above, in passive mode: properties that clients may not write can be set, and nothing is committed.
