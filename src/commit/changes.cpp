@@ -106,13 +106,15 @@ int vorn_changes_instance_inserted(vorn_changes *changes, vorn_instance *instanc
   if (!changes || !instance) return 1;
   if (changes->record(instance)) return 0;
   return guarded(1, [&] {
-    if (vorn_instances_add(&changes->changed, instance) != 0) return 1;
-    Record &record = changes->records.insert(address_key(instance), true)->value;
+    Record record{.changed = true};
     vorn_class_property_iterator it(*instance->cls);
     while (const vorn_property *property = it.next())
       if (vorn_instance_get_value(instance, property->name.c_str()))
         add_property(record, property->name.c_str());
-    return 0;
+    auto *entry = changes->records.insert(address_key(instance), std::move(record));
+    if (vorn_instances_add(&changes->changed, instance) == 0) return 0;
+    changes->records.remove(entry);
+    return 1;
   });
 }
 

@@ -1,14 +1,6 @@
-#include "commit/commit_info.h"
+#include "commit/commit_info.hpp"
 
 #include <new>
-
-struct vorn_commit_info {
-  vorn_instances *before;
-  vorn_instances *after;
-  vorn_changes *changes;
-  vorn_actions *actions;
-  void *data;
-};
 
 vorn_commit_info *vorn_commit_info_new(vorn_instances *before, vorn_instances *after, vorn_changes *changes,
                                        vorn_actions *actions, void *data) noexcept {

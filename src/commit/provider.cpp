@@ -1,5 +1,6 @@
 #include "commit/provider.hpp"
 
+#include "commit/commit_info.hpp"
 #include "core/guard.hpp"
 #include "core/refuse.hpp"
 
@@ -31,10 +32,8 @@ void vorn_provider_commit(vorn_provider *provider, vorn_instances *after, vorn_c
     return;
   }
   if (!provider->commit) return;
-  vorn_commit_info *info =
-      vorn_commit_info_new(vorn_changes_get_before(changes), after, changes, actions, provider->commit_data);
-  provider->commit(info);
-  vorn_commit_info_delete(info);
+  vorn_commit_info info = {vorn_changes_get_before(changes), after, changes, actions, provider->commit_data};
+  provider->commit(&info);
 }
 
 void vorn_provider_refresh(vorn_provider *provider, vorn_refresh_info *info) noexcept {

@@ -4,6 +4,7 @@
 #include "commit/providers.h"
 #include "config/config.h"
 #include "config/running.hpp"
+#include "core/log_text.hpp"
 #include "core/memory_watch.hpp"
 #include "core/refuse.hpp"
 #include "model/classes.hpp"
@@ -46,7 +47,7 @@ const char *subclass_name(const vorn_class &cls, const xmlNode &element) {
   if (!subclass)
     return refuse_aloud("Instance of class \"%s\" subclass identifier property \"%s\" value is an "
                         "unknown class \"%s\".\n",
-                        name, property, value);
+                        name, property, vorn::Excerpt(value).get());
   if (!subclass->superclass_name || *subclass->superclass_name != name)
     return refuse_aloud("Instance of class \"%s\" subclass identifier property \"%s\" value is \"%s\", "
                         "which is not a subclass of \"%s\".\n",
@@ -167,6 +168,7 @@ int vorn::load_config(XmlDocument document) noexcept {
 const char *vorn_config_get_class_name(const xmlDoc *, const xmlNode *element) noexcept {
   if (!element) return nullptr;
   const vorn_class *cls = vorn_classes_get(node_name(*element));
-  if (!cls) return refuse_aloud("Instance has an unknown class \"%s\".\n", node_name(*element));
+  if (!cls)
+    return refuse_aloud("Instance has an unknown class \"%s\".\n", vorn::Excerpt(node_name(*element)).get());
   return cls->abstract == 1 ? subclass_name(*cls, *element) : vorn::text_of(element->name);
 }

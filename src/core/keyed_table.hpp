@@ -1,6 +1,7 @@
 // The hash table of every registry and store.
 #pragma once
 
+#include "core/hash.hpp"
 #include <algorithm>
 #include <bit>
 #include <cstddef>
@@ -12,20 +13,6 @@
 #include <utility>
 
 namespace vorn {
-
-// Jenkins' one-at-a-time hash.
-inline uint32_t hash_bytes(std::string_view bytes) noexcept {
-  uint32_t hash = 0;
-  for (const char byte : bytes) {
-    hash += static_cast<unsigned char>(byte);
-    hash += hash << 10;
-    hash ^= hash >> 6;
-  }
-  hash += hash << 3;
-  hash ^= hash >> 11;
-  hash += hash << 15;
-  return hash;
-}
 
 // A name as a key: its characters and the terminating NUL.
 inline std::string_view name_key(const char *name) noexcept { return {name, strlen(name) + 1}; }

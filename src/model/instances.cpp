@@ -78,10 +78,6 @@ OwnedInstances copy_stores(const vorn_instances &from, bool &whole) {
   });
 }
 
-template <class... Arguments> vorn_instances_iterator *make_iterator(const Arguments &...arguments) {
-  return new (std::nothrow) vorn_instances_iterator(arguments...);
-}
-
 } // namespace
 
 OwnedInstances vorn::copy_whole(const vorn_instances &instances) noexcept {
@@ -89,6 +85,22 @@ OwnedInstances vorn::copy_whole(const vorn_instances &instances) noexcept {
   OwnedInstances copy = copy_stores(instances, whole);
   if (!whole) copy.reset();
   return copy;
+}
+
+std::optional<vorn_instances_iterator>
+vorn::walk_group(const vorn_instances *instances, const char *class_name, const char *group_name) noexcept {
+  const auto none = [](auto) { return std::nullopt; };
+  if (!instances) return none(refuse_aloud("Null instances.\n"));
+  if (group_name && !class_name) return none(refuse_aloud("group_name specified but class_name is null.\n"));
+  if (!class_name) return vorn_instances_iterator(*instances);
+  const vorn_class *cls = known_class(instances, class_name);
+  if (!cls) return std::nullopt;
+  if (!group_name) return vorn_instances_iterator(*instances, *cls);
+  if (cls->type != VORN_CLASS_UNIQUE_NAMED && cls->type != VORN_CLASS_GROUP_NAMED)
+    return none(refuse_aloud("Group iterators can only be used on named classes.\n"));
+  if (cls->abstract == 1 && !find_in_subclasses(*instances, *cls, group_name, &cls))
+    return vorn_instances_iterator();
+  return vorn_instances_iterator(*instances, *cls, group_name);
 }
 
 vorn_instances *vorn_instances_new() noexcept {
@@ -161,30 +173,19 @@ void vorn_instances_delete_all(vorn_instances *instances) noexcept {
 }
 
 vorn_instances_iterator *vorn_instances_new_iterator(const vorn_instances *instances) noexcept {
-  if (!instances) return refuse_aloud("Null instances.\n");
-  return make_iterator(*instances);
+  return vorn_instances_new_group_iterator(instances, nullptr, nullptr);
 }
 
 vorn_instances_iterator *vorn_instances_new_class_iterator(const vorn_instances *instances,
                                                            const char *class_name) noexcept {
-  if (!class_name) return vorn_instances_new_iterator(instances);
-  const vorn_class *cls = known_class(instances, class_name);
-  return cls ? make_iterator(*instances, *cls) : nullptr;
+  return vorn_instances_new_group_iterator(instances, class_name, nullptr);
 }
 
 vorn_instances_iterator *vorn_instances_new_group_iterator(const vorn_instances *instances,
                                                            const char *class_name,
                                                            const char *group_name) noexcept {
-  if (!instances) return refuse_aloud("Null instances.\n");
-  if (group_name && !class_name) return refuse_aloud("group_name specified but class_name is null.\n");
-  if (!group_name) return vorn_instances_new_class_iterator(instances, class_name);
-  const vorn_class *cls = known_class(instances, class_name);
-  if (!cls) return nullptr;
-  if (cls->type != VORN_CLASS_UNIQUE_NAMED && cls->type != VORN_CLASS_GROUP_NAMED)
-    return refuse_aloud("Group iterators can only be used on named classes.\n");
-  if (cls->abstract == 1 && !find_in_subclasses(*instances, *cls, group_name, &cls))
-    return new (std::nothrow) vorn_instances_iterator;
-  return make_iterator(*instances, *cls, group_name);
+  const auto walk = vorn::walk_group(instances, class_name, group_name);
+  return walk ? new (std::nothrow) vorn_instances_iterator(*walk) : nullptr;
 }
 
 int vorn_instances_iterator_has_next(const vorn_instances_iterator *it) noexcept {

@@ -3,6 +3,7 @@
 #include "model/class_store.hpp"
 #include "model/instances.h"
 #include <memory>
+#include <optional>
 
 // A collection: one store for every class that has ever had an instance in it, by class name.
 struct vorn_instances {
@@ -47,6 +48,11 @@ struct CollectionDeleter {
 };
 // A collection and its instances.
 using OwnedInstances = std::unique_ptr<vorn_instances, CollectionDeleter>;
+
+// What vorn_instances_new_group_iterator walks, without memory; none, with the reason logged, where that
+// refuses.
+std::optional<vorn_instances_iterator> walk_group(const vorn_instances *instances, const char *class_name,
+                                                  const char *group_name) noexcept;
 
 // As vorn_instances_copy, but all or nothing: null when any instance could not be copied.
 OwnedInstances copy_whole(const vorn_instances &instances) noexcept;

@@ -3,9 +3,11 @@
 #include "commit/changes.h"
 #include "commit/providers.h"
 #include "config/config.h"
+#include "core/debug.h"
 #include "model/instances.hpp"
 #include "notify/request_state.hpp"
 #include "query/operations.hpp"
+#include "query/undo.hpp"
 #include "xml/nodes.hpp"
 
 namespace vorn {
@@ -23,7 +25,7 @@ using RefreshInfo = std::unique_ptr<vorn_refresh_info, Closer<vorn_refresh_info_
 class Evaluation {
 public:
   explicit Evaluation(bool passive) { context_.passive = passive; }
-  Result run(const xmlNode &root);
+  CString run(const xmlNode &root);
 
 private:
   bool is_acceptable(const xmlNode &root);
@@ -35,12 +37,14 @@ private:
   void apply(const xmlNode *operations);
   void commit();
   const xmlNode *evaluate_operation(const xmlNode &element, OperationFunction OperationKind::*pass);
+  bool carry_out(Operation &operation, OperationFunction function);
   const xmlNode *take_where(const xmlNode &element, Operation &operation);
   const xmlNode *end_request(size_t size, const char *format, const char *argument);
 
   RequestScope scope_;
-  Result result_;
-  Context context_;
+  Budget budget_;
+  Result result_{budget_};
+  Context context_{budget_, result_};
   unsigned errors_ = 0; // of the operation evaluated last
   bool last_only_read_ = false;
   bool in_transaction_ = false;
@@ -49,8 +53,7 @@ private:
   RefreshInfo refresh_;
 };
 
-Result Evaluation::run(const xmlNode &root) {
-  context_.result = &result_;
+CString Evaluation::run(const xmlNode &root) {
   if (is_acceptable(root)) {
     const xmlNode *operations = choose_target(root);
     start_recording();
@@ -61,7 +64,7 @@ Result Evaluation::run(const xmlNode &root) {
     }
     if (errors_ == 0 && !context_.passive) commit();
   }
-  return std::move(result_);
+  return result_.release();
 }
 
 bool Evaluation::is_acceptable(const xmlNode &root) {
@@ -107,6 +110,7 @@ void Evaluation::collect(const xmlNode *operations) {
 }
 
 void Evaluation::refresh() {
+  const Budget::PluginTime refreshing(budget_);
   if (context_.target) vorn_providers_refresh(refresh_.get());
   context_.refresh = nullptr;
   refresh_.reset();
@@ -114,7 +118,7 @@ void Evaluation::refresh() {
 
 // The second pass.
 void Evaluation::apply(const xmlNode *operations) {
-  result_ = Result();
+  result_.drop_everything();
   for (const xmlNode *element = operations; element && errors_ == 0;)
     element = evaluate_operation(*element, &OperationKind::carry_out);
 }
@@ -122,6 +126,7 @@ void Evaluation::apply(const xmlNode *operations) {
 // A plain request that ends with a select commits nothing, even when earlier operations changed something:
 // deliberate, clients read back what they have written that way.
 void Evaluation::commit() {
+  if (in_transaction_) result_.reserve_end(); // from here on nothing may fail
   if (copy_) vorn_config_replace_running(copy_.release());
   if (last_only_read_ && !in_transaction_) return;
   if (context_.target) vorn_providers_commit(context_.target, changes_.get(), nullptr);
@@ -145,11 +150,42 @@ const xmlNode *Evaluation::evaluate_operation(const xmlNode &element,
   const xmlNode *next = take_where(element, operation);
 
   if (!context_.passive) ++vorn_query_transaction_number;
-  (kind->*pass)(context_, operation);
+  const bool completed = carry_out(operation, kind->*pass);
   errors_ = operation.errors;
   last_only_read_ = kind->reads_only;
   result_.end_operation(operation.errors, operation.counter);
-  return next;
+  return completed ? next : nullptr;
+}
+
+// Returns false for an operation that a limit or a lack of memory ends, and the request with it: it has
+// changed nothing then.
+bool Evaluation::carry_out(Operation &operation, OperationFunction function) {
+  Undo undo(context_.target);
+  context_.undo = &undo;
+  context_.memory = {};
+  context_.irrevocable = false;
+  const char *error;
+  try {
+    result_.reserve_end();
+    function(context_, operation);
+    if (context_.irrevocable) return true;
+    budget_.check_time();
+    if (!context_.memory.has_failed()) return true;
+    error = no_memory;
+  } catch (const LimitExceeded &limit) {
+    error = limit.text;
+  } catch (const std::bad_alloc &) {
+    error = no_memory;
+  } catch (const std::length_error &) {
+    error = no_memory;
+  }
+  undo.take_back();
+  result_.drop_operation();
+  operation.errors = 1;
+  operation.counter = 0;
+  vorn_debug_eprintf("LSQL request ended: %s\n", error);
+  result_.add_error(error_size, "%s", error);
+  return false;
 }
 
 // A "where" belongs to the operation before it. An element without children directly after an operation is
@@ -174,8 +210,16 @@ const xmlNode *Evaluation::end_request(size_t size, const char *format, const ch
 
 void prohibit_external_updates() { external_updates_prohibited = true; }
 
-XmlDocument evaluate_request(const xmlDoc &request, bool passive) {
-  return Evaluation(passive).run(*xmlDocGetRootElement(&request)).release();
+CString evaluate_request(const xmlDoc &request, bool passive) {
+  return Evaluation(passive).run(*xmlDocGetRootElement(&request));
+}
+
+CString refusal_result(const char *error) {
+  Budget budget;
+  Result result(budget);
+  result.add_error(error_size, "%s", error);
+  result.end_operation(1, 0);
+  return result.release();
 }
 
 } // namespace vorn

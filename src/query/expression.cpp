@@ -1,6 +1,7 @@
 #include "query/expression.hpp"
 
-#include "core/refuse.hpp"
+#include "core/debug.h"
+#include "core/log_text.hpp"
 #include "model/instance.h"
 #include "xml/nodes.hpp"
 #include <cstring>
@@ -19,38 +20,41 @@ const xmlNode *second_child(const xmlNode &node) {
   return first ? first->next : nullptr;
 }
 
-const char *value(const xmlNode &node, const vorn_instance &) { return element_text(node); }
+const char *value(const xmlNode &node, const vorn_instance &, ExpressionContext &) {
+  return element_text(node);
+}
 
-const char *property(const xmlNode &node, const vorn_instance &instance) {
+const char *property(const xmlNode &node, const vorn_instance &instance, ExpressionContext &) {
   const char *name = element_text(node);
   return name ? vorn_instance_get_value(&instance, name) : nullptr;
 }
 
-const char *metadata(const xmlNode &node, const vorn_instance &instance) {
+const char *metadata(const xmlNode &node, const vorn_instance &instance, ExpressionContext &context) {
   const char *name = element_text(node);
   if (name && strcmp(name, "name") == 0) return vorn_instance_get_name(&instance);
-  return refuse_aloud("Metadata other than \"name\" is not supported.\n");
+  if (context.is_to_be_logged(node)) vorn_debug_eprintf("Metadata other than \"name\" is not supported.\n");
+  return nullptr;
 }
 
-const char *equal(const xmlNode &node, const vorn_instance &instance) {
-  const char *left = evaluate_expression(first_child(node), instance);
-  const char *right = evaluate_expression(second_child(node), instance);
+const char *equal(const xmlNode &node, const vorn_instance &instance, ExpressionContext &context) {
+  const char *left = evaluate_expression(first_child(node), instance, context);
+  const char *right = evaluate_expression(second_child(node), instance, context);
   return truth(left && right && strcmp(left, right) == 0);
 }
 
-const char *negation(const xmlNode &node, const vorn_instance &instance) {
-  return truth(!evaluate_expression(first_child(node), instance));
+const char *negation(const xmlNode &node, const vorn_instance &instance, ExpressionContext &context) {
+  return truth(!evaluate_expression(first_child(node), instance, context));
 }
 
-const char *conjunction(const xmlNode &node, const vorn_instance &instance) {
+const char *conjunction(const xmlNode &node, const vorn_instance &instance, ExpressionContext &context) {
   for (const xmlNode *child = first_child(node); child; child = child->next)
-    if (!evaluate_expression(child, instance)) return nullptr;
+    if (!evaluate_expression(child, instance, context)) return nullptr;
   return true_text;
 }
 
-const char *disjunction(const xmlNode &node, const vorn_instance &instance) {
+const char *disjunction(const xmlNode &node, const vorn_instance &instance, ExpressionContext &context) {
   for (const xmlNode *child = first_child(node); child; child = child->next)
-    if (evaluate_expression(child, instance)) return true_text;
+    if (evaluate_expression(child, instance, context)) return true_text;
   return nullptr;
 }
 
@@ -58,7 +62,7 @@ constexpr int all_children = -1;
 
 constexpr struct Expression {
   const char *name;
-  const char *(*evaluate)(const xmlNode &, const vorn_instance &);
+  const char *(*evaluate)(const xmlNode &, const vorn_instance &, ExpressionContext &);
   int operands; // how many of its children are expressions themselves
 } expressions[] = {
     {"value", value, 0},
@@ -78,12 +82,28 @@ const Expression *find_expression(const xmlNode &node) {
 
 } // namespace
 
-const char *evaluate_expression(const xmlNode *node, const vorn_instance &instance) {
+bool ExpressionContext::is_to_be_logged(const xmlNode &node) noexcept {
+  for (const xmlNode *&place : logged_) {
+    if (place == &node) return false;
+    if (place) continue;
+    place = &node;
+    return true;
+  }
+  return false;
+}
+
+const char *evaluate_expression(const xmlNode *node, const vorn_instance &instance,
+                                ExpressionContext &context) {
   if (!node) return nullptr;
+  context.step();
   const Expression *expression = find_expression(*node);
-  if (!expression)
-    return refuse_aloud("%s: Unknown expression name \"%s\".\n", "eval_expr", node_name(*node));
-  const char *result = expression->evaluate(*node, instance);
+  if (!expression) {
+    if (context.is_to_be_logged(*node))
+      vorn_debug_eprintf("%s: Unknown expression name \"%s\".\n", "eval_expr",
+                         Excerpt(node_name(*node)).get());
+    return nullptr;
+  }
+  const char *result = expression->evaluate(*node, instance, context);
   vorn_debug_lprintf(4, "%s: %s evaluates to %s\n", "eval_expr", expression->name,
                      result ? true_text : "(null)");
   return result;

@@ -5,37 +5,38 @@
 #include "core/debug.hpp"
 #include "model/classes.h"
 #include "model/instances.hpp"
-#include "query/expression.hpp"
 #include "xml/nodes.hpp"
 #include <cstring>
+#include <optional>
+#include <vector>
 
 namespace vorn {
 
 namespace {
 
+// What failed for want of memory is not reported as something else.
+void expect_memory(const Context &context) {
+  if (context.memory.has_failed()) throw std::bad_alloc();
+}
+
 template <class... Arguments>
 bool fail(Context &context, Operation &operation, const char *format, Arguments... args) {
-  context.result->add_error(error_size, format, args...);
+  expect_memory(context);
+  context.result.add_error(error_size, format, args...);
   ++operation.errors;
   return false;
 }
 
-using Iterator = std::unique_ptr<vorn_instances_iterator, Closer<vorn_instances_delete_iterator>>;
-
-// The instances of the operation's class, of one name when it gives one. None where there is nothing to walk,
-// which is reported by the collection.
-Iterator candidates(const Context &context, const Operation &operation) {
-  if (!context.target) return nullptr;
-  return Iterator(
-      vorn_instances_new_group_iterator(context.target, operation.class_name, operation.instance_name));
-}
-
-// Calls `visit` for every instance that the operation is about, until it returns false.
-template <class Visit> void for_each_match(const Context &context, const Operation &operation, Visit visit) {
-  const auto it = candidates(context, operation);
-  while (it && it->has_next()) {
-    vorn_instance &instance = *it->next();
-    if (operation.where && !evaluate_expression(operation.where, instance)) continue;
+// Calls `visit` for every instance of the operation's class, of one name when it gives one, that its "where"
+// holds for, until it returns false. Where there is nothing to walk, the collection reports it.
+template <class Visit> void for_each_match(Context &context, const Operation &operation, Visit visit) {
+  if (!context.target) return;
+  auto walk = walk_group(context.target, operation.class_name, operation.instance_name);
+  while (walk && walk->has_next()) {
+    vorn_instance &instance = *walk->next();
+    context.budget.step();
+    if (operation.consider) operation.consider(instance);
+    if (operation.where && !evaluate_expression(operation.where, instance, context.expressions)) continue;
     if (!visit(instance)) return;
   }
 }
@@ -49,7 +50,7 @@ bool selects_all(const Operation &operation) {
 }
 
 void collect_select(Context &context, Operation &operation) {
-  context.result->begin_dataset();
+  context.result.begin_dataset();
   if (!vorn_classes_get(operation.class_name)) return;
   if (selects_all(operation))
     vorn_refresh_info_add_all_properties(context.refresh, operation.class_name, operation.instance_name);
@@ -60,22 +61,23 @@ void collect_select(Context &context, Operation &operation) {
   collect_where(context, operation);
 }
 
-void add_all_values(Result &result, const vorn_class &cls, const vorn_instance &instance) {
-  vorn_class_property_iterator it(cls);
-  while (const vorn_property *property = it.next()) {
-    const char *name = property->name.c_str();
-    result.add_value(name, vorn_instance_get_value(&instance, name));
-  }
+void add_value(Context &context, const vorn_instance &instance, const char *property) {
+  context.budget.step();
+  context.result.add_value(property, vorn_instance_get_value(&instance, property));
 }
 
-void add_named_values(Result &result, const xmlNode *property, const vorn_instance &instance) {
+void add_all_values(Context &context, const vorn_class &cls, const vorn_instance &instance) {
+  vorn_class_property_iterator it(cls);
+  while (const vorn_property *property = it.next()) add_value(context, instance, property->name.c_str());
+}
+
+void add_named_values(Context &context, const xmlNode *property, const vorn_instance &instance) {
   for (; property; property = property->next)
-    if (property->name)
-      result.add_value(node_name(*property), vorn_instance_get_value(&instance, node_name(*property)));
+    if (property->name) add_value(context, instance, node_name(*property));
 }
 
 void select(Context &context, Operation &operation) {
-  Result &result = *context.result;
+  Result &result = context.result;
   result.begin_dataset();
   const vorn_class *cls = vorn_classes_get(operation.class_name);
   if (!cls) return;
@@ -83,13 +85,13 @@ void select(Context &context, Operation &operation) {
     ++operation.counter;
     result.add_instance(operation.class_name, instance.name.get());
     if (selects_all(operation)) {
-      add_all_values(result, *cls, instance);
+      add_all_values(context, *cls, instance);
     } else if (operation.properties) {
       result.add_error(short_error_size, "Invalid properties=\"%s\".", operation.properties);
       ++operation.errors;
       return false;
     } else {
-      add_named_values(result, operation.first_property, instance);
+      add_named_values(context, operation.first_property, instance);
     }
     return true;
   });
@@ -102,6 +104,18 @@ struct Assignment {
   bool inserting;         // lets what is required be set though it is not writable
 };
 
+// Has a value recorded and sets it; what could not be recorded is taken back in the end. False when the
+// property's validators refuse it.
+bool store(Context &context, const Assignment &to, const vorn_property &property, const char *value) {
+  context.budget.step();
+  context.budget.add_stored(strlen(value) + value_overhead);
+  const char *name = property.name.c_str();
+  if (!to.inserting) vorn_changes_add_property(context.changes, &to.instance, name);
+  std::optional<Budget::PluginTime> validating;
+  if (property.is_valid || property.is_instance_valid) validating.emplace(context.budget);
+  return vorn_instance_set_value(&to.instance, name, value) == 0;
+}
+
 bool set_property(Context &context, Operation &operation, const Assignment &to, const xmlNode &element) {
   const char *name = node_name(element);
   const char *text = element_text(element);
@@ -112,7 +126,7 @@ bool set_property(Context &context, Operation &operation, const Assignment &to, 
   const bool writable = property->writable || (to.inserting && property->required_on_insert);
   if (!context.passive && !writable)
     return fail(context, operation, "Property \"%s\" of class \"%s\" is not writable.", name, to.class_name);
-  if (!keeps_class(to.instance, *property, value) || vorn_instance_set_value(&to.instance, name, value) != 0)
+  if (!keeps_class(to.instance, *property, value) || !store(context, to, *property, value))
     return fail(context, operation, "Value \"%s\" is not valid for property \"%s\" of class \"%s\".", value,
                 name, to.class_name);
   return true;
@@ -136,6 +150,7 @@ void collect_update(Context &context, Operation &operation) {
 void update(Context &context, Operation &operation) {
   if (!knows_class(context, operation)) return;
   for_each_match(context, operation, [&](vorn_instance &instance) {
+    context.undo->will_set_values(instance);
     vorn_changes_instance_updated(context.changes, &instance);
     const Assignment to = {instance, operation.class_name, false};
     if (!set_properties(context, operation, to, operation.first_property)) return false;
@@ -148,18 +163,27 @@ void collect_delete(Context &context, Operation &operation) {
   if (vorn_classes_get(operation.class_name)) collect_where(context, operation);
 }
 
+void log_consideration(const vorn_instance &instance) {
+  if (vorn_debug_get() < 4) return;
+  vorn_debug_lprintf(4, "Considering deleting:\n");
+  vorn_instance_print(&instance, vorn_debug_get_stream());
+}
+
+// First all that can fail, then what cannot be taken back.
 void remove(Context &context, Operation &operation) {
   if (!vorn_classes_get(operation.class_name)) return;
-  const auto it = candidates(context, operation);
-  while (it && it->has_next()) {
-    vorn_instance *instance = it->next();
-    if (vorn_debug_get() >= 4) {
-      vorn_debug_lprintf(4, "Considering deleting:\n");
-      vorn_instance_print(instance, vorn_debug_get_stream());
-    }
-    if (operation.where && !evaluate_expression(operation.where, *instance)) continue;
+  std::vector<vorn_instance *> matches;
+  operation.consider = log_consideration;
+  for_each_match(context, operation, [&](vorn_instance &instance) {
+    matches.push_back(&instance);
+    return true;
+  });
+  context.budget.check_time();
+  for (vorn_instance *instance : matches) vorn_changes_instance_deleted(context.changes, instance);
+  expect_memory(context);
+  context.irrevocable = true;
+  for (vorn_instance *instance : matches) {
     if (vorn_instances_remove(context.target, instance) != 0) continue;
-    vorn_changes_instance_deleted(context.changes, instance);
     vorn_instance_delete(instance);
     ++operation.counter;
   }
@@ -179,19 +203,33 @@ OwnedInstance build_instance(Context &context, Operation &operation, const char 
   return instance;
 }
 
+bool is_valid(Context &context, vorn_instance &instance, CString &reason) {
+  if (!context.target) return true;
+  std::optional<Budget::PluginTime> validating;
+  if (instance.cls->instance_validate) validating.emplace(context.budget);
+  char *text = nullptr;
+  const bool valid = vorn_instance_is_valid(context.target, &instance, &text);
+  reason.reset(text);
+  return valid;
+}
+
 bool insert_instance(Context &context, Operation &operation, const xmlNode &element) {
+  context.budget.step();
+  context.budget.add_stored(instance_overhead);
   const char *class_name = vorn_config_get_class_name(element.doc, &element);
   if (!class_name) return fail(context, operation, "Unknown class \"%s\".", node_name(element));
   OwnedInstance instance = build_instance(context, operation, class_name, element);
   if (!instance) return false;
-  char *reason = nullptr;
-  const bool valid = !context.target || vorn_instance_is_valid(context.target, instance.get(), &reason);
-  const CString owned_reason(reason);
-  if (!valid) return fail(context, operation, "Instance is invalid: %s", or_null(reason));
+  CString reason;
+  if (!is_valid(context, *instance, reason))
+    return fail(context, operation, "Instance is invalid: %s", or_null(reason.get()));
+  context.undo->will_insert();
   if (vorn_instances_add(context.target, instance.get()) != 0)
     return fail(context, operation, "Couldn't add instance \"%s\" of class \"%s\".",
                 or_null(instance->name.get()), class_name);
-  vorn_changes_instance_inserted(context.changes, instance.release());
+  vorn_instance *const inserted = instance.release();
+  context.undo->inserted(*inserted);
+  vorn_changes_instance_inserted(context.changes, inserted);
   ++operation.counter;
   return true;
 }

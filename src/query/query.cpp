@@ -2,48 +2,67 @@
 
 #include "commit/providers.h"
 #include "config/config.h"
+#include "core/debug.h"
 #include "core/guard.hpp"
-#include "core/refuse.hpp"
+#include "core/log_text.hpp"
 #include "query/evaluation.hpp"
+#include "query/request.hpp"
+#include "query/result.hpp"
 #include "xml/nodes.hpp"
-#include <climits>
-#include <cstring>
-#include <libxml/parser.h>
+#include <algorithm>
 
 namespace {
 
-using vorn::XmlDocument;
+using vorn::CString;
 
-void log_document(const char *what, bool passive, const XmlDocument &document) {
-  if (vorn_debug_get() < (passive ? 2 : 1)) return;
+// A document as libxml2 writes it: the declaration is a line of its own, and the rest is one, whatever the
+// texts in it hold.
+void log_document(const char *what, bool passive, std::string_view text) {
+  FILE *stream = vorn_debug_get_stream();
   vorn_debug_printf("LSQL %s%s:\n", what, passive ? " (passive)" : "");
-  xmlDocDump(vorn_debug_get_stream(), document.get());
-  fflush(vorn_debug_get_stream());
+  const size_t line_end = std::min(text.find('\n'), text.size());
+  vorn::put_escaped(stream, text.substr(0, line_end));
+  text.remove_prefix(line_end);
+  if (text.starts_with('\n')) text.remove_prefix(1);
+  if (text.ends_with('\n')) text.remove_suffix(1);
+  fputs("\n", stream);
+  vorn::put_escaped(stream, text);
+  fputs("\n", stream);
+  fflush(stream);
 }
 
-XmlDocument parse(const char *request) {
-  const size_t length = strlen(request);
-  return XmlDocument(length <= INT_MAX ? xmlParseMemory(request, static_cast<int>(length)) : nullptr);
-}
-
-char *dump(const XmlDocument &document) {
+void log_request(const xmlDoc &request, bool passive) {
   xmlChar *text = nullptr;
   int size = 0;
-  xmlDocDumpMemory(document.get(), &text, &size);
-  return reinterpret_cast<char *>(text);
+  xmlDocDumpMemory(const_cast<xmlDoc *>(&request), &text, &size);
+  const vorn::XmlText owner(text);
+  log_document("query", passive, text ? vorn::text_of(text) : "");
+}
+
+char *evaluate_document(const xmlDoc &request, bool passive) {
+  const bool log = vorn_debug_get() >= (passive ? 2 : 1);
+  if (log) log_request(request, passive);
+  CString result = vorn::evaluate_request(request, passive);
+  if (log) log_document("result", passive, result.get());
+  return result.release();
+}
+
+// The reply to a request that is not evaluated; null without memory for it.
+char *refusal(const char *error) {
+  return vorn::guarded<char *>(nullptr, [&] { return vorn::refusal_result(error).release(); });
 }
 
 char *evaluate(const char *text, bool passive) {
-  const XmlDocument request = text ? parse(text) : nullptr;
-  if (!request) return vorn::refuse_aloud("Invalid LSQL request: %s\n", vorn::or_null(text));
-  if (vorn::is_named(xmlDocGetRootElement(request.get()), "get_conf"))
+  const vorn::ParsedRequest request = vorn::parse_request(text);
+  if (request.refusal) return refusal(request.refusal);
+  if (!request.document) return nullptr;
+  if (vorn::is_named(xmlDocGetRootElement(request.document.get()), "get_conf"))
     return vorn_config_get_startup_as_xml();
-  return vorn::guarded<char *>(nullptr, [&] {
-    log_document("query", passive, request);
-    const XmlDocument result = vorn::evaluate_request(*request, passive);
-    log_document("result", passive, result);
-    return dump(result);
-  });
+  if (char *reply =
+          vorn::guarded<char *>(nullptr, [&] { return evaluate_document(*request.document, passive); }))
+    return reply;
+  vorn_debug_eprintf("LSQL request ended: %s\n", vorn::no_memory);
+  return refusal(vorn::no_memory);
 }
 
 } // namespace

@@ -8,8 +8,10 @@
 VORN_BEGIN_DECLS
 
 /* Evaluates a request against the running configuration and commits what it changed. Returns the result
- * document as text, with the errors of the request in it; the caller frees it with xmlFree or free(3). Null
- * when the request is null or no XML, which is logged, or memory runs out. */
+ * document as text; the caller frees it with xmlFree or free(3). Null when the request is null or not valid,
+ * which is logged, or memory runs out for the reply. Errors of the request stand in the result, also that it
+ * is too long or too expensive, or that memory ran out: then it has changed nothing, or, with several
+ * operations outside of a transaction, only what those before the one at fault have changed. */
 VORN_API char *vorn_query_eval(const char *request) VORN_NOEXCEPT;
 
 /* Evaluates a request in passive mode: properties that clients may not write can be set, and nothing is

@@ -35,14 +35,17 @@ const char *element_text(const xmlNode &element) noexcept {
   return vorn_util_xmlNodeListGetString(element.doc, first_child(element), 1);
 }
 
-bool xml_can_carry(const char *text) noexcept {
-  const char *const start = text;
+bool is_xml_characters(const char *text) noexcept {
   while (*text) {
     const Decoded next = decode_utf8(text);
     if (next.length == 0 || !is_xml_character(next.character)) return false;
     text += next.length;
   }
-  return text - start < XML_MAX_TEXT_LENGTH;
+  return true;
+}
+
+bool xml_can_carry(const char *text) noexcept {
+  return is_xml_characters(text) && strlen(text) < XML_MAX_TEXT_LENGTH;
 }
 
 xmlNode *add_element(xmlNode *parent, const char *name, const char *value) noexcept {

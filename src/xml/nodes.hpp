@@ -22,8 +22,11 @@ const xmlNode *first_child(const xmlNode &node) noexcept;
 // The value of an element: the content of its first child when that is text, else null.
 const char *element_text(const xmlNode &element) noexcept;
 
-// Whether an XML document can hold the text and be read again: valid UTF-8 of the characters that XML 1.0
-// allows, and not more of them than libxml2 takes.
+// Whether the text is valid UTF-8 of the characters that XML 1.0 allows (its production 2, "Char").
+bool is_xml_characters(const char *text) noexcept;
+
+// Whether an XML document can hold the text and be read again: characters that XML allows, and not more
+// of them than libxml2 takes.
 bool xml_can_carry(const char *text) noexcept;
 
 // Appends an element; a null value gives an empty one. The value must be one that XML can carry. Returns null

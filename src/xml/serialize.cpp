@@ -31,7 +31,7 @@ const char *in_attribute(char byte) {
 }
 
 // Without a declared encoding the output is ASCII: other characters are written by their number.
-size_t append_character(std::string &out, const char *bytes) {
+template <class Out> size_t append_character(Out &out, const char *bytes) {
   const Decoded next = decode_utf8(bytes);
   char reference[16];
   snprintf(reference, sizeof reference, "&#x%X;", static_cast<unsigned>(next.character));
@@ -39,7 +39,7 @@ size_t append_character(std::string &out, const char *bytes) {
   return next.length;
 }
 
-void append(std::string &out, const char *text, Escapes escapes) {
+template <class Out> void append(Out &out, const char *text, Escapes escapes) {
   while (*text) {
     const char *plain = text;
     while (static_cast<signed char>(*text) > 0 && !escapes(*text)) ++text; // ASCII, up to the end
@@ -55,8 +55,15 @@ void append(std::string &out, const char *text, Escapes escapes) {
 
 } // namespace
 
-void append_xml_text(std::string &out, const char *text) { append(out, text, in_text); }
+template <class Out> void append_xml_text(Out &out, const char *text) { append(out, text, in_text); }
 
-void append_xml_attribute(std::string &out, const char *value) { append(out, value, in_attribute); }
+template <class Out> void append_xml_attribute(Out &out, const char *value) {
+  append(out, value, in_attribute);
+}
+
+template void append_xml_text(std::string &, const char *);
+template void append_xml_text(GrowingText &, const char *);
+template void append_xml_attribute(std::string &, const char *);
+template void append_xml_attribute(GrowingText &, const char *);
 
 } // namespace vorn

@@ -189,11 +189,17 @@ TEST_F(Clients, AFloodDelaysOthersByAFewSecondsAtMost) {
 }
 
 TEST_F(Clients, WithoutDescriptorsWhoComesIsTurnedAwayAndToldOfOnceAMinute) {
-  rlim_t free = 0; // the lowest descriptor that is not in use
-  while (exists("/proc/" + std::to_string(agent->pid()) + "/fdinfo/" + std::to_string(free))) ++free;
+  // Connections take the numbers that are free below the highest one in use.
+  std::vector<Connection> held;
+  rlim_t end = 0;
+  for (rlim_t fd = 0; fd < 200; ++fd)
+    if (exists("/proc/" + std::to_string(agent->pid()) + "/fdinfo/" + std::to_string(fd))) end = fd + 1;
+  for (rlim_t fd = 0; fd < end; ++fd)
+    if (!exists("/proc/" + std::to_string(agent->pid()) + "/fdinfo/" + std::to_string(fd)))
+      held.push_back(Connection::tcp(8001));
   rlimit limit = {};
   ASSERT_EQ(prlimit(agent->pid(), RLIMIT_NOFILE, nullptr, &limit), 0);
-  const rlimit low = {free, limit.rlim_max};
+  const rlimit low = {end, limit.rlim_max};
   ASSERT_EQ(prlimit(agent->pid(), RLIMIT_NOFILE, &low, nullptr), 0);
   for (int i = 0; i < 300; ++i) {
     Connection client = i % 2 ? Connection::local() : Connection::tcp(8001);

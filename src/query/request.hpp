@@ -1,0 +1,17 @@
+// From the text of a request to its document.
+#pragma once
+
+#include "xml/handles.hpp"
+
+namespace vorn {
+
+struct ParsedRequest {
+  XmlDocument document{};        // null for what is no request
+  const char *refusal = nullptr; // an error for the reply when the text cannot be evaluated for its size, or
+                                 // for want of memory
+};
+
+// Logs why a text is refused. What libxml2 could not read whole for want of memory is no document.
+ParsedRequest parse_request(const char *text) noexcept;
+
+} // namespace vorn
