@@ -60,7 +60,9 @@ struct Clients : testing::Test {
     prepare_device({"plugin.so"}, "<config><system><host>ap</host></system></config>");
     agent = std::make_unique<Agent>(std::initializer_list<const char *>{"-f", "-d"});
     lsql("<select><system/></select>");
+    at_rest = agent->descriptors() + 1;
     quiet = std::make_unique<Connection>(subscriber());
+    EXPECT_TRUE(eventually([] { return agent->descriptors() == at_rest; }));
   }
   static void TearDownTestSuite() {
     idle.clear();
@@ -77,11 +79,13 @@ struct Clients : testing::Test {
   static std::unique_ptr<Connection> quiet; // a subscriber that never says more
   static std::vector<Connection> idle;      // all places of port 8002
   static Clock::time_point idle_since;
+  static int at_rest; // the agent's descriptors, without the idle clients'
 };
 std::unique_ptr<Agent> Clients::agent;
 std::unique_ptr<Connection> Clients::quiet;
 std::vector<Connection> Clients::idle;
 Clock::time_point Clients::idle_since;
+int Clients::at_rest;
 
 TEST_F(Clients, ACrowdOnALocalSocketIsServedWhole) {
   for (const bool of_inform : {false, true}) {
@@ -189,14 +193,21 @@ TEST_F(Clients, AFloodDelaysOthersByAFewSecondsAtMost) {
 }
 
 TEST_F(Clients, WithoutDescriptorsWhoComesIsTurnedAwayAndToldOfOnceAMinute) {
+  // Who came before is gone, and with it what would become free below.
+  EXPECT_TRUE(eventually([] { return agent->descriptors() == at_rest + static_cast<int>(idle.size()); }, 30));
   // Connections take the numbers that are free below the highest one in use.
+  const auto is_used = [](rlim_t fd) {
+    return exists("/proc/" + std::to_string(agent->pid()) + "/fdinfo/" + std::to_string(fd));
+  };
   std::vector<Connection> held;
   rlim_t end = 0;
   for (rlim_t fd = 0; fd < 200; ++fd)
-    if (exists("/proc/" + std::to_string(agent->pid()) + "/fdinfo/" + std::to_string(fd))) end = fd + 1;
-  for (rlim_t fd = 0; fd < end; ++fd)
-    if (!exists("/proc/" + std::to_string(agent->pid()) + "/fdinfo/" + std::to_string(fd)))
-      held.push_back(Connection::tcp(8001));
+    if (is_used(fd)) end = fd + 1;
+  for (rlim_t fd = 0; fd < end; ++fd) {
+    if (is_used(fd)) continue;
+    held.push_back(Connection::tcp(8001));
+    EXPECT_TRUE(eventually([&] { return is_used(fd); }));
+  }
   rlimit limit = {};
   ASSERT_EQ(prlimit(agent->pid(), RLIMIT_NOFILE, nullptr, &limit), 0);
   const rlimit low = {end, limit.rlim_max};
