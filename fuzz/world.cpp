@@ -300,6 +300,9 @@ void add_missing_singletons(vorn_instances *running) {
 void check_saving() {
   add_missing_singletons(vorn_config_get_running());
   const std::string saved = World::save();
+  static std::set<std::string> seen; // most inputs leave what others have left
+  if (seen.size() > 1000) seen.clear();
+  if (!seen.insert(saved).second) return;
   require(World::load(World::path("saved.xml")), "what was saved can be loaded");
   check_collection(*vorn_config_get_running());
   require(World::save() == saved, "what was saved, loaded and saved again is the same");
