@@ -97,6 +97,7 @@ constexpr struct SeedRow {
 };
 
 int few_radios(vorn_instances *collection, vorn_instance *) {
+  if (!collection) return 1;
   vorn_instances_iterator it(*collection, *vorn_classes_get("radio"));
   int count = 0;
   for (; it.has_next(); it.next()) ++count;
