@@ -92,7 +92,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   const Server &server = servers[input.below(std::size(servers))];
   const uint8_t others = input.byte();
   std::vector<size_t> pieces;
-  for (int i = 0; i < 8; ++i) pieces.push_back(std::max<size_t>(input.byte(), 1));
+  for (int i = 0; i < 8; ++i) pieces.push_back(1 + input.below(48));
   const std::string text = input.rest();
 
   std::vector<vorn::Descriptor> idle; // and one that goes in the middle

@@ -291,6 +291,16 @@ void check_collection(const vorn_instances &instances) {
   require(count == 0, "classes list what the collection lists");
 }
 
+std::string saved_values(const vorn_instance &instance) {
+  std::map<std::string, std::string> values;
+  for (const auto &entry : *instance.values)
+    if (vorn_class_get_property(instance.cls, entry.name())->persistence)
+      values[entry.name()] = entry.value.get();
+  std::string text = instance.cls->name + " " + (instance.name.get() ? instance.name.get() : "") + "\n";
+  for (const auto &[name, value] : values) text.append(" " + name + "=" + value + "\n");
+  return text;
+}
+
 // Loading makes the singletons that a file lacks.
 void add_missing_singletons(vorn_instances *running) {
   for (const auto &cls : vorn::classes())
@@ -298,13 +308,15 @@ void add_missing_singletons(vorn_instances *running) {
       add(running, vorn_instance_new(cls.value, nullptr));
 }
 
-void check_saving() {
+void check_saving(bool all_is_text) {
   add_missing_singletons(vorn_config_get_running());
   const std::string saved = World::save();
   static std::set<std::string> seen; // most inputs leave what others have left
   if (seen.size() > 1000) seen.clear();
   if (!seen.insert(saved).second) return;
+  const std::string before = state(vorn_config_get_running());
   require(World::load(World::path("saved.xml")), "what was saved can be loaded");
+  require(!all_is_text || state(vorn_config_get_running()) == before, "what was saved comes back");
   check_collection(*vorn_config_get_running());
   require(World::save() == saved, "what was saved, loaded and saved again is the same");
 }
@@ -360,10 +372,10 @@ World::~World() {
   set_running(nullptr);
 }
 
-void World::check() {
+void World::check(bool all_is_text) {
   before_commit.reset();
   check_collection(*vorn_config_get_running());
-  if (identifiers_hold()) check_saving();
+  if (identifiers_hold()) check_saving(all_is_text);
 }
 
 std::string World::path(const char *name) { return folder + "/" + name; }
@@ -395,21 +407,10 @@ void expect_before(const std::string &state) { before_commit = state; }
 
 std::string state(const vorn_instances *instances) {
   std::string text;
-  for (vorn_instances_iterator it(*instances); it.has_next();) {
-    const vorn_instance &instance = *it.next();
-    std::map<std::string, std::string> values;
-    for (const auto &entry : *instance.values) {
-      const vorn_property *property = vorn_class_get_property(instance.cls, entry.name());
-      if (property && property->persistence) values[entry.name()] = entry.value.get();
-    }
-    if (!instance.cls->persistence) continue;
-    text.append(instance.cls->name)
-        .append(" ")
-        .append(instance.name.get() ? instance.name.get() : "")
-        .append("\n");
-    for (const auto &[name, value] : values)
-      text.append(" ").append(name).append("=").append(value).append("\n");
-  }
+  for (const auto &cls : vorn::classes())
+    if (cls.value->abstract == 0 && cls.value->persistence)
+      for (vorn_instances_iterator it(*instances, *cls.value); it.has_next();)
+        text += saved_values(*it.next());
   return text;
 }
 

@@ -41,8 +41,8 @@ public:
   World(const World &) = delete;
   World &operator=(const World &) = delete;
 
-  // What holds after whatever came in.
-  void check();
+  // What holds after whatever came in. What is no text that XML can hold is left out when it is saved.
+  void check(bool all_is_text = true);
 
   // A name for a file of the process's own, gone with it.
   static std::string path(const char *name);
@@ -54,8 +54,7 @@ public:
   static std::string save();
 };
 
-// The instances of a collection in their order, with the values that are saved, sorted. Values that providers
-// refresh at any moment are left out.
+// What is saved of a collection, in the order of its classes and instances, the values sorted.
 std::string state(const vorn_instances *instances);
 
 // Whether the identifier of each instance of a subclass names its class. A passive request may set it
