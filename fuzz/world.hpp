@@ -41,8 +41,10 @@ public:
   World(const World &) = delete;
   World &operator=(const World &) = delete;
 
-  // What holds after whatever came in. What is no text that XML can hold is left out when it is saved.
-  void check(bool all_is_text = true);
+  // What holds after whatever came in.
+  void check();
+  // Plugins may store what no file can hold, and instances without what they need. Saving or loading drops it.
+  static void leave_out_what_cannot_be_saved();
 
   // A name for a file of the process's own, gone with it.
   static std::string path(const char *name);
