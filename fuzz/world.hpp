@@ -43,7 +43,8 @@ public:
 
   // What holds after whatever came in.
   void check();
-  // Plugins may store what no file can hold, and instances without what they need. Saving or loading drops it.
+  // Plugins may store what no file can hold, and instances without what they need. Saving or loading drops
+  // it.
   static void leave_out_what_cannot_be_saved();
 
   // A name for a file of the process's own, gone with it.
