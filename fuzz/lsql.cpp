@@ -26,7 +26,8 @@ bool has_failed(const char *reply) {
 }
 
 bool is_transaction(const char *request) {
-  if (!strstr(request, "write-transaction")) return false;
+  // A declaration is refused before the parser, which it could keep busy.
+  if (!strstr(request, "write-transaction") || strstr(request, "<!DOCTYPE")) return false;
   const vorn::XmlDocument document = parse(request);
   const xmlNode *root = document ? xmlDocGetRootElement(document.get()) : nullptr;
   return root && vorn::is_named(root->children, "write-transaction");

@@ -22,6 +22,7 @@
 #include <optional>
 #include <set>
 #include <sstream>
+#include <type_traits>
 
 namespace vorn::fuzz {
 
@@ -301,6 +302,13 @@ std::string saved_values(const vorn_instance &instance) {
   return text;
 }
 
+template <class File> XmlDocument document_of(File file) {
+  if constexpr (std::is_same_v<File, XmlDocument>)
+    return file;
+  else
+    return std::move(file.document);
+}
+
 // Loading makes the singletons that a file lacks.
 void add_missing_singletons(vorn_instances *running) {
   for (const auto &cls : vorn::classes())
@@ -391,7 +399,7 @@ void World::write(const std::string &path, const std::string &bytes) {
 }
 
 bool World::load(const std::string &path) {
-  XmlDocument document = open_config(path.c_str());
+  XmlDocument document = document_of(open_config(path.c_str()));
   if (!document) return false;
   vorn_instances *before = vorn_config_get_running();
   before_commit = "";
