@@ -1,4 +1,4 @@
-#include "core/eloop.h"
+#include "core/eloop.hpp"
 
 #include "core/guard.hpp"
 #include "core/immortal.hpp"
@@ -203,19 +203,23 @@ int eloop_register_signal(int sig, eloop_signal_handler handler, void *user_data
   });
 }
 
-void eloop_run() noexcept {
-  while (!loop->terminate && !(loop->timeouts.empty() && loop->readers.empty())) {
-    fd_set ready;
-    const uint64_t last_waited_for = registrations;
-    const int count = wait_for_readers(ready);
-    if (count < 0 && errno != EINTR) {
-      perror("select");
-      return;
-    }
-    dispatch_signals();
-    dispatch_timeout();
-    if (count > 0) dispatch_readers(ready, last_waited_for);
+bool vorn::run_loop_once() noexcept {
+  if (loop->terminate || (loop->timeouts.empty() && loop->readers.empty())) return false;
+  fd_set ready;
+  const uint64_t last_waited_for = registrations;
+  const int count = wait_for_readers(ready);
+  if (count < 0 && errno != EINTR) {
+    perror("select");
+    return false;
   }
+  dispatch_signals();
+  dispatch_timeout();
+  if (count > 0) dispatch_readers(ready, last_waited_for);
+  return true;
+}
+
+void eloop_run() noexcept {
+  while (vorn::run_loop_once()) continue;
 }
 
 int eloop_terminate() noexcept {
