@@ -10,6 +10,7 @@
 #include "config/running.hpp"
 #include "core/eloop.h"
 #include "core/outbox.hpp"
+#include "notify/notify.h"
 #include "process/command.h"
 #include "process/service.h"
 #include "query/query.h"
@@ -21,7 +22,9 @@
 #include <fcntl.h>
 #include <functional>
 #include <gtest/gtest.h>
+#include <string_view>
 #include <sys/socket.h>
+#include <sys/wait.h>
 
 namespace {
 
@@ -230,6 +233,38 @@ TEST_F(Allocation, OfLinesOfTextTables) {
   EXPECT_NE(log.take().find("vorn: No memory for a line of values for class \"radio\".\n"),
             std::string::npos);
   vorn::set_running(nullptr);
+}
+
+// Of the whole process this time: what libraries and libc allocate fails too.
+TEST_F(Allocation, OfInformsNotificationsAndStartsOfServices) {
+  if (!can_fail_mallocs()) GTEST_SKIP();
+  ASSERT_EQ(vorn_inform_fn_add("wan", [] { return vorn_inform_get_value("state") ? 0 : 1; }), 0);
+  const auto inform = [] {
+    try {
+      return std::string_view(vorn::answer_inform_request("object=wan&state=a state of some length"));
+    } catch (const std::bad_alloc &) {
+      return std::string_view();
+    }
+  };
+  EXPECT_GT(fail_each_malloc(inform,
+                             [](std::string_view answer, bool failed) {
+                               EXPECT_TRUE(answer == "OK" || (failed && answer.empty())) << answer;
+                               EXPECT_EQ(vorn_inform_get_value("state"), nullptr);
+                             }),
+            0);
+  const std::string origin(100, '&');
+  const auto notify = [&] {
+    return vorn_notify_conf_change(origin.c_str()) +
+           vorn_notify_object_change(origin.c_str(), "radio", "r", "power", "1");
+  };
+  EXPECT_GT(fail_each_malloc(notify, [](int result, bool) { EXPECT_EQ(result, 0); }), 0);
+  const auto start = [] { return vorn_service_execl("a service with a long name", "true", nullptr); };
+  fail_each_malloc(start, [](int result, bool failed) {
+    EXPECT_TRUE(result == 0 || failed);
+    const pid_t child = vorn_service_get_pid("a service with a long name");
+    EXPECT_TRUE(result != 0 || waitpid(child, nullptr, 0) == child);
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1); // no process that nobody knows of
+  });
 }
 
 TEST_F(Allocation, OfTheLoopAndTheOutbox) {
