@@ -1,4 +1,4 @@
-// The header of the default configuration, and the body behind it.
+// The header of the default configuration, and the body after it.
 #include "config/default_header.hpp"
 #include "core/handles.hpp"
 #include "world.hpp"

@@ -31,7 +31,7 @@ bool stays_inside(const std::string &pattern) { return pattern.find("..") == std
 
 int add_line(char *out, int room, const char *path, const char *prefix, const char **user) {
   require(std::filesystem::is_regular_file(path), "a walk visits files");
-  require(*out == '\0' && room > 0, "a callback writes behind the text");
+  require(*out == '\0' && room > 0, "a callback writes after the text");
   return vorn_util_add_line_from_proc(out, room, path, prefix, user);
 }
 

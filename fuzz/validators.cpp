@@ -118,7 +118,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   const auto low = static_cast<int32_t>(input.byte()) - 128, high = static_cast<int32_t>(input.byte()) * 1000;
   const int domain = input.below(5) - 1, bits = input.below(2) ? 40 : 8 * input.below(20);
   const std::string members = input.take(input.below(8)), text = input.rest();
-  const auto exact = std::make_unique<char[]>(text.size()); // no byte behind may be read
+  const auto exact = std::make_unique<char[]>(text.size()); // no byte after it may be read
   text.copy(exact.get(), text.size());
   const Value value = {exact.get(), static_cast<int>(text.size())};
   errno = 0;

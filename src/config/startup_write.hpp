@@ -1,6 +1,6 @@
 // Writes the startup file so that a device that dies meanwhile comes up on its old or its new configuration.
 //
-//   step                                     | cut off behind it, a boot finds
+//   step                                     | cut off after it, a boot finds
 //   the copy beside, under another name      | the old startup file
 //   the copy gets its name                   | the old startup file, and a copy that it removes
 //   the startup file is marked as unfinished | no startup file, and the copy
@@ -22,7 +22,7 @@ int replace_startup(std::string_view content) noexcept;
 // Reads the startup file, or, when it was cut off, its copy, which becomes the startup file.
 ParsedFile open_startup() noexcept;
 
-// Keeps the beginning of the startup file, which cannot be used, for who wants to see why.
+// Keeps the beginning of the startup file, which cannot be used, for whoever wants to see why.
 void keep_startup() noexcept;
 
 // Removes the startup file, and what a save that was cut off would bring back.

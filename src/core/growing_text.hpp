@@ -31,7 +31,7 @@ public:
     return *this;
   }
 
-  // Drops what stands behind the first `size` bytes.
+  // Drops what comes after the first `size` bytes.
   void cut(size_t size) noexcept {
     size_ = size;
     if (block_) block_.get()[size] = '\0';

@@ -62,7 +62,7 @@ const char *escape_of(uint32_t character) {
   }
 }
 
-// Returns the length of the number and the semicolon behind "&#", or 0 when they refer to no character.
+// Returns the length of the number and the semicolon after "&#", or 0 when they refer to no character.
 size_t number_length(const char *text) {
   const bool hexadecimal = *text == 'x';
   const char *digits = text + hexadecimal;

@@ -3,7 +3,7 @@
 //   state    | messages | then
 //   queued   | none     | a place is free, or a silent one has had its time: silent
 //   silent   | none     | a byte: listener, or closed when all listeners' places are taken
-//            |          | ten seconds: makes room for who comes, where places are out
+//            |          | ten seconds: makes room for a newcomer when all places are taken
 //   listener | each one | a message that cannot wait for it: silent, where the message asks for that
 //            |          | ten seconds in which it takes nothing of what waits for it: closed
 //

@@ -14,7 +14,7 @@ namespace vorn {
 
 namespace {
 
-// What failed for want of memory is not reported as something else.
+// What failed because memory ran out is not reported as something else.
 void expect_memory(const Context &context) {
   if (context.memory.has_failed()) throw std::bad_alloc();
 }

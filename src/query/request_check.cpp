@@ -1,5 +1,5 @@
 // Whatever is passed here, libxml2 splits into the same markup. That is so where it finds no fault, and must
-// be so behind a fault as well, since it reads on. Two rules hold it:
+// be so after a fault as well, since it reads on. Two rules hold it:
 //
 // - A "<" begins markup, always. It stands nowhere else but in comments, CDATA sections and processing
 //   instructions. After a fault within a tag libxml2 takes the tag's rest for text, and is back at the next
@@ -79,7 +79,7 @@ private:
     at_ += strcspn(at_, " \t\n\r/>=<\"'&?");
     return {start, static_cast<size_t>(at_ - start)};
   }
-  // Goes behind `end`; what stands before it has a length that libxml2 takes.
+  // Goes on after `end`; what stands before it has a length that libxml2 takes.
   bool skip_behind(const char *end) noexcept;
 
   const char *at_;

@@ -8,7 +8,7 @@ namespace vorn {
 // What libxml2 must not be given, since it is busy with it for longer than a watchdog waits.
 enum class RequestFault {
   none,
-  not_well_formed, // it would refuse this too, but may first go on behind the fault, on a way of its own
+  not_well_formed, // it would refuse this too, but may first go on after the fault, on a way of its own
   document_type,
   attributes,
   namespaces,

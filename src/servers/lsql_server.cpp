@@ -2,7 +2,7 @@
 // passed over.
 //
 //   state      | waits for          | then
-//   between    | "<"                | in request; after a minute it makes room for who finds no place
+//   between    | "<"                | in request; after a minute it makes room for one that finds no place
 //   in request | the ending byte    | evaluate; between when the reply goes at once, else replying
 //              | 10 seconds' silence| closed
 //   replying   | room for the reply | between; closed when nothing of it is taken

@@ -5,7 +5,7 @@
 
 namespace vorn {
 
-// A column's name without the marker that only readers of the list heed.
+// A column's name without the marker that only readers of the list regard.
 inline const char *column_name(const char *column) noexcept { return *column == '#' ? column + 1 : column; }
 
 inline bool is_key_column(const char *column) noexcept { return *column == '*'; }

@@ -58,7 +58,8 @@ Values find_values(std::string_view text, const char *const *columns) {
   return values;
 }
 
-// Whether the text is one field of a table as it is, by the quotes that it brings or for want of blanks.
+// Whether the text is one field of a table as it is, by the quotes that it brings or because it has no
+// blanks.
 bool is_one_field(std::string_view text) {
   const size_t closing = text.starts_with('"') ? text.find('"', 1) : 0;
   return closing != std::string_view::npos && text.find(' ', closing) == std::string_view::npos;

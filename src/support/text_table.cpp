@@ -51,7 +51,7 @@ public:
   }
 
 private:
-  // Takes the two quotes out and goes on behind them. What stands between them moves over the closing one, to
+  // Takes the two quotes out and goes on after them. What stands between them moves over the closing one, to
   // what follows it.
   char *open_quotes() {
     char *const run = cursor_ + 1;

@@ -17,7 +17,7 @@ string calls;
 string show(const char *text) { return text ? text : "-"; }
 string show(vorn_instance *instance) { return instance ? show(vorn_instance_get_name(instance)) : "-"; }
 
-// Every result is a failure, which nobody heeds.
+// Every result is a failure, which nobody regards.
 int note_pre_commit(vorn_commit_info *) { return calls += "pre ", 1; }
 int note_create(vorn_instance *instance) { return calls += "create(" + show(instance) + ") ", 1; }
 int note_delete(vorn_instance *before, vorn_commit_info *) {

@@ -21,7 +21,7 @@ struct Hostile : testing::Test {
     prepare_device({"plugin.so"}, "<config><system><host>ap</host></system></config>");
     agent = std::make_unique<Agent>();
     lsql("<select><system/></select>");
-    // A reply of some megabytes for who does not take it.
+    // A reply of some megabytes for a client that does not take it.
     const string text(100000, 'x');
     string radios;
     for (int i = 0; i < 50; ++i)

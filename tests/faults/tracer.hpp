@@ -7,7 +7,7 @@
 
 namespace vorn::test {
 
-// Where the child stands: before a system call, or behind it.
+// Where the child stands: before a system call, or after it.
 struct Stop {
   pid_t child;
   long call; // its number, SYS_...

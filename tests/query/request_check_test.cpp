@@ -15,7 +15,7 @@ namespace {
 using std::string;
 using vorn::RequestFault;
 
-// What libxml2 meets in a text while it reads on behind every fault.
+// What libxml2 meets in a text while it reads on after every fault.
 struct Seen {
   int attributes = 0; // in the tag with the most of them
   int namespaces = 0;
@@ -161,7 +161,7 @@ TEST(RequestCheck, SeesWhatLibxml2Sees) {
     const string text = random_document(random);
     const vorn::RequestCheck check = vorn::check_request(text.c_str());
     const Seen by_parser = by_libxml2(text);
-    if (check.fault == RequestFault::none) { // nothing slips through, not even behind a fault
+    if (check.fault == RequestFault::none) { // nothing slips through, not even after a fault
       ASSERT_LE(static_cast<size_t>(by_parser.attributes), most) << text;
       ASSERT_FALSE(by_parser.document_type) << text;
       ASSERT_LE(static_cast<size_t>(by_parser.namespaces), vorn::max_namespaces) << text;
