@@ -22,12 +22,11 @@ time_t seconds_a_look = 0; // the clock goes on by so much whenever it is read
 
 } // namespace
 
-// Stands for clock_gettime in the agent's code (the linker's --wrap).
-extern "C" int __real_clock_gettime(clockid_t clock, timespec *time);
-extern "C" [[gnu::visibility("default")]] int __wrap_clock_gettime(clockid_t clock, timespec *time) {
-  const int result = __real_clock_gettime(clock, time);
-  time->tv_sec += clock_ahead += seconds_a_look;
-  return result;
+// Stands for clock_gettime in the agent's code (the linker's --wrap): the clock stands still but for what a
+// case asks for, since a build with sanitizers on a busy machine is slow.
+extern "C" [[gnu::visibility("default")]] int __wrap_clock_gettime(clockid_t, timespec *time) {
+  *time = {1000 + (clock_ahead += seconds_a_look), 0};
+  return 0;
 }
 
 namespace {
