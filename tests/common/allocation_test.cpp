@@ -201,6 +201,32 @@ TEST_F(Allocation, OfRequests) {
 }
 
 // Never half a line, such as one without the name that it is to be selected by.
+// Neither the text of a reason nor the walk of a check that fails for want of memory is told as a reason.
+TEST_F(Allocation, OfRefusedInstances) {
+  if (!can_fail_mallocs()) GTEST_SKIP();
+  mallocs_stay_out = false;
+  vorn::set_running(all);
+  vorn_class_set_instance_validate_fn(
+      vorn_classes_get("server"), [](vorn_instances *instances, vorn_instance *) {
+        return 1 - vorn_instances_delete_iterator(vorn_instances_new_class_iterator(instances, "radio"));
+      });
+  vorn_class_set_instance_validate_fn(vorn_classes_get("radio"),
+                                      [](vorn_instances *, vorn_instance *) { return 0; });
+  const auto insert = [](const char *element) {
+    return [request = std::string("<lsql><insert>") + element + "</insert></lsql>"] {
+      const vorn::CString reply(vorn_query_eval(request.c_str()));
+      return std::string(reply ? reply.get() : "none");
+    };
+  };
+  for (const char *element : {"<radio name='r'/>", "<server/>"}) {
+    const std::string whole = insert(element)();
+    fail_each_malloc(insert(element), [&](const std::string &reply, bool) {
+      EXPECT_TRUE(reply == whole || reply == "none" || reply.find("No memory") != std::string::npos) << reply;
+    });
+  }
+  vorn::set_running(nullptr);
+}
+
 TEST_F(Allocation, OfLinesOfTextTables) {
   for (const char *name : {"a radio with a long name", "other"}) add(all, "radio", name, {{"power", "1"}});
   vorn::set_running(all);

@@ -24,7 +24,7 @@ size_t commits = 0;
 
 // Memory runs out by chance while it lives.
 struct BadLuck {
-  BadLuck() { mallocs_fail_one_in = 10000; }
+  explicit BadLuck(unsigned long one_in) { mallocs_fail_one_in = one_in; }
   ~BadLuck() { mallocs_fail_one_in = 0; }
   bool struck() const { return mallocs_failed > before; }
   long before = mallocs_failed;
@@ -195,7 +195,7 @@ void Soak::evaluate(const Request &request) {
   vorn::CString reply;
   bool failed;
   {
-    const BadLuck luck;
+    const BadLuck luck(10000);
     reply.reset(request.passive ? vorn_query_eval_passive(text.c_str()) : vorn_query_eval(text.c_str()));
     failed = luck.struck();
   }
@@ -217,7 +217,7 @@ void Soak::save_and_load() {
   int saved;
   bool failed;
   {
-    const BadLuck luck;
+    const BadLuck luck(20); // it allocates little
     saved = vorn_config_dump_running(path.c_str());
     failed = luck.struck();
   }
@@ -238,8 +238,7 @@ void Soak::load() {
     int result = 1;
     bool failed;
     {
-      const BadLuck luck;
-      if (lucky) mallocs_fail_one_in = 0;
+      const BadLuck luck(lucky ? 0 : 2000);
       if (vorn::XmlDocument document = vorn::open_config(path.c_str()).document)
         result = vorn::load_config(std::move(document));
       failed = luck.struck();
