@@ -154,7 +154,8 @@ void vorn_class_property_iterator::skip_to_pending() {
 
 vorn_class_property_iterator *vorn_class_new_property_iterator(const vorn_class *cls) noexcept {
   if (!cls) return refuse("Null class.\n");
-  return new (std::nothrow) vorn_class_property_iterator(*cls);
+  return vorn::guarded<vorn_class_property_iterator *>(
+      nullptr, [&] { return new vorn_class_property_iterator(*cls); });
 }
 
 int vorn_class_property_iterator_has_next(const vorn_class_property_iterator *it) noexcept {

@@ -55,7 +55,8 @@ vorn_class *vorn_classes_get(const char *name) noexcept {
 }
 
 vorn_classes_iterator *vorn_classes_new_iterator() noexcept {
-  return new (std::nothrow) vorn_classes_iterator{vorn::classes().iterate()};
+  return vorn::guarded<vorn_classes_iterator *>(
+      nullptr, [] { return new vorn_classes_iterator{vorn::classes().iterate()}; });
 }
 
 int vorn_classes_iterator_has_next(const vorn_classes_iterator *it) noexcept {

@@ -63,7 +63,9 @@ const vorn_property *missing_property(const vorn_instance &instance) {
 
 // Hands the reason to whoever asked for one. Returns 0, which is the answer that goes with it.
 template <class... Arguments> int explain(char **error, const char *format, Arguments... arguments) {
-  if (error && asprintf(error, format, arguments...) < 0) *error = nullptr;
+  if (!error || asprintf(error, format, arguments...) >= 0) return 0;
+  *error = nullptr;
+  vorn::note_memory_failure();
   return 0;
 }
 

@@ -185,7 +185,8 @@ vorn_instances_iterator *vorn_instances_new_group_iterator(const vorn_instances 
                                                            const char *class_name,
                                                            const char *group_name) noexcept {
   const auto walk = vorn::walk_group(instances, class_name, group_name);
-  return walk ? new (std::nothrow) vorn_instances_iterator(*walk) : nullptr;
+  return guarded<vorn_instances_iterator *>(
+      nullptr, [&] { return walk ? new vorn_instances_iterator(*walk) : nullptr; });
 }
 
 int vorn_instances_iterator_has_next(const vorn_instances_iterator *it) noexcept {

@@ -16,6 +16,8 @@ namespace vorn::test {
 long allocations_left = -1;
 long mallocs_left = -1;
 bool mallocs_stay_out = false;
+unsigned long mallocs_fail_one_in = 0;
+uint64_t mallocs_chance = 1;
 long mallocs_failed = 0;
 long live_blocks = 0;
 
@@ -59,10 +61,23 @@ void *__libc_calloc(size_t, size_t);
 void *__libc_realloc(void *, size_t);
 void __libc_free(void *);
 
-static bool runs_out() {
+static bool has_bad_luck() {
+  using namespace vorn::test;
+  if (mallocs_fail_one_in == 0) return false;
+  mallocs_chance = mallocs_chance * 6364136223846793005 + 1442695040888963407;
+  return (mallocs_chance >> 33) % mallocs_fail_one_in == 0;
+}
+
+static bool is_its_turn() {
   using namespace vorn::test;
   if (mallocs_left < 0 || mallocs_left-- > 0) return false;
   if (mallocs_stay_out) mallocs_left = 0;
+  return true;
+}
+
+static bool runs_out() {
+  using namespace vorn::test;
+  if (!is_its_turn() && !has_bad_luck()) return false;
   ++mallocs_failed;
   errno = ENOMEM;
   return true;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 namespace vorn::test {
 
@@ -12,6 +13,10 @@ extern long allocations_left;
 // negative for never. That one fails, or, where `mallocs_stay_out` is set, all from there on.
 extern long mallocs_left;
 extern bool mallocs_stay_out;
+
+// One of so many of them fails, by chance, which begins anew where `mallocs_chance` is set; 0 for none.
+extern unsigned long mallocs_fail_one_in;
+extern uint64_t mallocs_chance;
 
 // How many of these have failed.
 extern long mallocs_failed;

@@ -204,6 +204,31 @@ TEST_F(Allocation, OfRequests) {
 }
 
 // Never half a line, such as one without the name that it is to be selected by.
+// Neither the text of a reason nor the walk of a check that fails for want of memory is told as a reason.
+TEST_F(Allocation, OfRefusedInstances) {
+  if (!can_fail_mallocs()) GTEST_SKIP();
+  mallocs_stay_out = false;
+  vorn::set_running(all);
+  vorn_class_set_instance_validate_fn(
+      vorn_classes_get("server"), [](vorn_instances *instances, vorn_instance *) {
+        return 1 - vorn_instances_delete_iterator(vorn_instances_new_class_iterator(instances, "radio"));
+      });
+  vorn_class_set_instance_validate_fn(vorn_classes_get("radio"),
+                                      [](vorn_instances *, vorn_instance *) { return 0; });
+  for (const char *request :
+       {"<lsql><write-transaction><insert><radio name='r'/></insert></write-transaction></lsql>",
+        "<lsql><write-transaction><insert><server/></insert></write-transaction></lsql>"}) {
+    const vorn::CString whole(vorn_query_eval_passive(request));
+    fail_each_malloc([&] { return vorn::CString(vorn_query_eval_passive(request)); },
+                     [&](const vorn::CString &reply, bool) {
+                       const std::string text = reply ? reply.get() : "No memory";
+                       EXPECT_TRUE(text == whole.get() || text.find("No memory") != std::string::npos)
+                           << text;
+                     });
+  }
+  vorn::set_running(nullptr);
+}
+
 TEST_F(Allocation, OfLinesOfTextTables) {
   for (const char *name : {"a radio with a long name", "other"}) add(all, "radio", name, {{"power", "1"}});
   vorn::set_running(all);
