@@ -6,9 +6,9 @@
 #include "common/allocation.hpp"
 #include "common/log.hpp"
 #include "common/schema.hpp"
-#include "config/config_reader.hpp"
 #include "config/running.hpp"
 #include "core/eloop.h"
+#include "core/handles.hpp"
 #include "core/outbox.hpp"
 #include "notify/notify.h"
 #include "process/command.h"
@@ -175,32 +175,6 @@ TEST_F(Allocation, OfWhatPluginsRegisterAndRun) {
                        [] { EXPECT_EQ(groups, 3); });
   vorn_commit_info_delete(info);
   vorn_changes_delete(changes);
-}
-
-// A request that finds no memory gives no reply; the recorder is gone, and a transaction has changed nothing.
-TEST_F(Allocation, OfRequests) {
-  add(all, "radio", "r", {{"mode", "a"}, {"power", "1"}});
-  vorn::set_running(all);
-  const char *const requests[] = {
-      "<lsql origin='somebody with a long name'><select><radio properties='all'/></select>"
-      "<where><eq><property>mode</property><value>a</value></eq></where></lsql>",
-      "<lsql><write-transaction><update><radio><power>2</power></radio></update><delete><radio/></delete>"
-      "<insert><server><address>1</address></server></insert></write-transaction></lsql>",
-  };
-  const std::string before = text_of(all);
-  for (const char *request : requests) {
-    fail_each_allocation(
-        [&] {
-          const vorn::CString reply(vorn_query_eval_passive(request));
-          return reply && strstr(reply.get(), "<error>") == nullptr;
-        },
-        [&] {
-          EXPECT_EQ(text_of(all), before);
-          EXPECT_EQ(all->listener, nullptr);
-        });
-    EXPECT_EQ(text_of(all), before);
-  }
-  vorn::set_running(nullptr);
 }
 
 // Never half a line, such as one without the name that it is to be selected by.

@@ -5,7 +5,6 @@
 #include <csignal>
 #include <gtest/gtest.h>
 #include <memory>
-#include <random>
 #include <vector>
 
 namespace {
@@ -110,24 +109,6 @@ TEST_F(Hostile, InformsThatLie) {
   EXPECT_TRUE(silent.ended);
 }
 
-TEST_F(Hostile, ClientsThatStallOnEverySocket) {
-  std::vector<Connection> stalled;
-  for (int i = 0; i < 40; ++i) {
-    stalled.push_back(Connection::local("vorn_sock_inform"));
-    stalled.push_back(Connection::local());
-    stalled.back().send(i % 2 ? length_prefix(100) + "<ls" : "\1");
-  }
-  for (int i = 0; i < 7; ++i) {
-    stalled.push_back(Connection::tcp(8002));
-    stalled.back().send("<lsql>");
-  }
-  for (int i = 0; i < 60; ++i) stalled.push_back(Connection::tcp(8001)); // silent
-  expect_served();
-  // The youngest ones on the local socket are still waited for, and dropped when nothing more comes.
-  EXPECT_EQ(stalled[79].receive(), "");
-  EXPECT_TRUE(stalled[79].ended);
-}
-
 TEST_F(Hostile, ClientsThatNeverTakeTheirReply) {
   const string all = "<lsql><select><radio properties=\"all\"/></select></lsql>";
   std::vector<Connection> idle;
@@ -205,37 +186,6 @@ TEST_F(Hostile, SubscribersThatNeverRead) {
     ASSERT_EQ(messages.compare(start, 21, "<?xml version=\"1.0\"?>"), 0) << "a message was cut";
     ASSERT_EQ(messages[end - 1], '\n');
   }
-}
-
-TEST_F(Hostile, RandomBytes) {
-  std::mt19937 random(20011); // the same ones each time
-  const string pieces[] = {"<lsql>",
-                           "</lsql>",
-                           "<select>",
-                           "<insert>",
-                           "<where>",
-                           "<eq>",
-                           "<radio name=\"",
-                           "\"/>",
-                           "&",
-                           "<!--",
-                           "<![CDATA[",
-                           "]]>",
-                           string(1, '\0'),
-                           string(1, terminator),
-                           "\xff",
-                           "<",
-                           "<!DOCTYPE lsql ["};
-  for (int round = 0; round < 300; ++round) {
-    string bytes;
-    for (auto left = random() % 40; left > 0; --left)
-      bytes += random() % 3 ? pieces[random() % std::size(pieces)] : string(1, static_cast<char>(random()));
-    Connection client = round % 3 == 0   ? Connection::local()
-                        : round % 3 == 1 ? Connection::tcp(8002)
-                                         : Connection::tcp(8001);
-    client.send(round % 3 == 0 ? with_length(bytes) : bytes);
-    if (random() % 2) client.end_sending();
-  } // and gone, with whatever was to come
 }
 
 } // namespace
