@@ -192,8 +192,7 @@ int vorn_instance_set_value(vorn_instance *instance, const char *property_name, 
     return refuse_aloud("Property \"%s\" not in class \"%s\" (or its superclasses).\n", property_name,
                         instance->cls->name.c_str());
   if (!value_is_valid(*instance, *property, value)) return 1;
-  return guarded(
-      1, [&] { return store_and_tell(*instance, vorn::make_value(*instance, property, value)); });
+  return guarded(1, [&] { return store_and_tell(*instance, vorn::make_value(*instance, property, value)); });
 }
 
 int vorn_instance_get_status(const vorn_instance *instance) noexcept {

@@ -50,8 +50,8 @@ struct ValueRoom {
   }
 };
 
-// Makes an instance. The class must be a concrete one; the name, which may be null, is not checked against it.
-// Throws std::bad_alloc.
+// Makes an instance. The class must be a concrete one; the name, which may be null, is not checked against
+// it. Throws std::bad_alloc.
 OwnedInstance make_instance(vorn_class &cls, const char *name, ValueRoom room);
 
 // As vorn_instance_new, with room. Null with the reason logged, or without memory.
