@@ -46,7 +46,7 @@ private:
   const xmlNode *take_where(const xmlNode &element, Operation &operation);
   const xmlNode *end_request(size_t size, const char *format, const char *argument);
 
-  const bool nested_ = is_busy();
+  const bool nested_ = is_busy(); // before it is under way itself
   ActivityScope activity_;
   RequestScope scope_;
   Budget budget_;
