@@ -47,6 +47,7 @@ void reserve(vorn_instance &instance, const vorn_property &property) {
 // What can fail comes first.
 void store(vorn_instance &instance, Value value) {
   const vorn_property &property = *value.property();
+  if (!instance.was_added) return vorn::put_value(instance, std::move(value));
   reserve(instance, property);
   Watcher::before_change([&](Watcher &watcher) { watcher.will_set(instance, property); });
   vorn::put_value(instance, std::move(value));
@@ -87,10 +88,10 @@ const Value *vorn_instance::find(const vorn_property &property) const noexcept {
 vorn::OwnedInstance vorn::make_instance(vorn_class &cls, const char *name, ValueRoom room) {
   const size_t name_size = name ? strlen(name) + 1 : 0;
   const size_t begin = sizeof(vorn_instance) + name_size, end = begin + room.bytes;
-  if (end > UINT32_MAX) throw std::bad_alloc();
+  if (end > INT32_MAX) throw std::bad_alloc();
   auto *block = static_cast<char *>(::operator new(end));
-  OwnedInstance instance(new (block) vorn_instance{
-      .cls = &cls, .room_begin = static_cast<uint32_t>(begin), .room_end = static_cast<uint32_t>(end)});
+  OwnedInstance instance(new (block) vorn_instance{.cls = &cls, .room_begin = static_cast<uint32_t>(begin)});
+  instance->room_end = static_cast<uint32_t>(end) & INT32_MAX;
   if (name) instance->name = static_cast<char *>(memcpy(block + sizeof(vorn_instance), name, name_size));
   instance->values.reserve(room.values);
   return instance;

@@ -15,8 +15,9 @@ struct vorn_instance {
   vorn_class *cls;
   const char *name = nullptr;
   std::vector<vorn::Value> values{}; // in the order in which they were last set
-  uint32_t room_begin;               // of what is free in the block, from its beginning
-  uint32_t room_end;
+  uint32_t room_begin = 0;           // of what is free in the block, from its beginning
+  uint32_t room_end : 31 = 0;
+  uint32_t was_added : 1 = 0; // to a collection: nobody watches others
 
   // The value of a property, or null.
   const vorn::Value *find(const vorn_property &property) const noexcept;

@@ -165,6 +165,12 @@ vorn_instance &vorn::own(vorn_instances &instances, vorn_instance &shown) {
   return instance;
 }
 
+vorn_instance &vorn::own_to_change(vorn_instances &instances, vorn_instance &shown) {
+  vorn_instance &instance = own(instances, shown);
+  if (instances.overlay) instances.overlay->overlay_store(*instance.cls)->note_touch(instance);
+  return instance;
+}
+
 void vorn::prepare_deletion(vorn_instances &instances, vorn_instance &shown) {
   if (instances.overlay) instances.overlay->store_for(*shown.cls);
   if (instances.overlay) instances.overlay->overlay_store(*shown.cls)->prepare_removal(shown);
@@ -225,6 +231,7 @@ int vorn_instances_add(vorn_instances *instances, vorn_instance *instance) noexc
     ClassStore *store = store_for(*instances, *instance->cls);
     if (!store || name_is_taken_in_family(*instances, *instance) || !store->add(instance)) return 1;
     tell_will_join(*instances, *store, *instance);
+    instance->was_added = 1;
     tell_listener(*instances, *instance, VORN_INSTANCES_ADDED);
     return 0;
   });

@@ -93,6 +93,8 @@ std::optional<vorn_instances_iterator> walk_group(const vorn_instances *instance
 
 // The collection's own instance where a walk shows one. Throws std::bad_alloc.
 vorn_instance &own(vorn_instances &instances, vorn_instance &shown);
+// The same for one that counts as changed whatever becomes of it.
+vorn_instance &own_to_change(vorn_instances &instances, vorn_instance &shown);
 
 // Deletion of an instance that a walk shows, in two steps: what throws std::bad_alloc, and what cannot fail.
 void prepare_deletion(vorn_instances &instances, vorn_instance &shown);

@@ -96,11 +96,12 @@ void Overlay::delete_instances() noexcept {
 // ---- What happens below ----
 
 void Overlay::will_set(vorn_instance &instance, const vorn_property &property) {
+  if (is_applied_) return;
   if (OverlayStore *store = overlay_store(*instance.cls)) store->prepare_own_value(instance, property);
 }
 
 void Overlay::was_set(vorn_instance &instance, const vorn_property &property) noexcept {
-  OverlayStore *store = overlay_store(*instance.cls);
+  OverlayStore *store = is_applied_ ? nullptr : overlay_store(*instance.cls);
   if (!store) return;
   store->note_own_value(instance, property);
   const bool taken = guarded(false, [&] {
@@ -111,7 +112,7 @@ void Overlay::was_set(vorn_instance &instance, const vorn_property &property) no
 }
 
 void Overlay::will_join(vorn_instances &instances, vorn_instance &instance) {
-  if (&instances != &base_) return;
+  if (&instances != &base_ || is_applied_) return;
   const auto displaces = [&](const vorn_class &cls) {
     const OverlayStore *store = overlay_store(cls);
     return store && store->displaces(instance);
@@ -126,7 +127,7 @@ void Overlay::will_join(vorn_instances &instances, vorn_instance &instance) {
 
 // The store that shows what is about to change below, or null.
 OverlayStore *Overlay::below(vorn_instances &changed, const vorn_class &cls) const noexcept {
-  return &changed == &base_ && !applying_ && !is_dropped(cls) ? overlay_store(cls) : nullptr;
+  return &changed == &base_ && !is_applied_ && !is_dropped(cls) ? overlay_store(cls) : nullptr;
 }
 
 void Overlay::has_left(vorn_instances &instances, vorn_instance &instance, vorn_instance *) noexcept {
@@ -143,35 +144,42 @@ void Overlay::drops(vorn_instances &instances, const vorn_class &cls) noexcept {
 
 // ---- The end of the transaction ----
 
-void Overlay::apply_class(OverlayStore &changes) noexcept {
+void Overlay::apply_class(vorn_instances &collection, OverlayStore &changes) noexcept {
   auto *below = base_.stores.find(changes.cls().name.c_str());
   if (!below) return;
-  if (!below->value->cursor().peek())
+  if (!below->value->cursor().peek()) {
     below->value = changes.release_added();
-  else
-    changes.apply(static_cast<PlainStore &>(*below->value), [&](vorn_instance &left, vorn_instance *before) {
-      after_change([&](Watcher &watcher) { watcher.has_left(base_, left, before); });
-    });
+    return;
+  }
+  const auto stays = [&](vorn_instance &own, vorn_instance &original) {
+    after_change([&](Watcher &watcher) { watcher.was_replaced(collection, own, original); });
+  };
+  const auto leaves = [&](vorn_instance &instance, vorn_instance *predecessor) {
+    after_change([&](Watcher &watcher) { watcher.has_left(base_, instance, predecessor); });
+  };
+  changes.apply(static_cast<PlainStore &>(*below->value), stays, leaves);
 }
 
-void Overlay::apply(vorn_instances &collection) noexcept {
-  applying_ = true;
-  for (const auto &name : dropped_) {
-    auto *below = base_.stores.find(name.name());
-    if (!below) continue;
-    below->value->delete_instances();
-    base_.stores.remove(below);
+std::unique_ptr<Overlay> Overlay::apply(vorn_instances &collection) noexcept {
+  Overlay &overlay = *collection.overlay;
+  Stores &below = overlay.base_.stores, &changed = overlay.stores_;
+  overlay.is_applied_ = true;
+  for (const auto &name : overlay.dropped_) {
+    auto *dropped = below.find(name.name());
+    if (!dropped) continue;
+    dropped->value->delete_instances();
+    below.remove(dropped);
   }
-  for (const auto &entry : stores_) apply_class(static_cast<OverlayStore &>(*entry.value));
-  for (auto it = base_.stores.iterate(); auto *entry = it.next();)
-    collection.stores.take(base_.stores, entry);
-  for (auto it = stores_.iterate(); auto *entry = it.next();) {
+  for (const auto &entry : changed)
+    overlay.apply_class(collection, static_cast<OverlayStore &>(*entry.value));
+  for (auto it = below.iterate(); auto *entry = it.next();) collection.stores.take(below, entry);
+  for (auto it = changed.iterate(); auto *entry = it.next();) {
     if (collection.stores.find(entry->key())) continue;
     entry->value = overlay_of(entry)->release_added();
-    collection.stores.take(stores_, entry);
+    collection.stores.take(changed, entry);
   }
   collection.source = nullptr;
-  collection.overlay.reset(); // this
+  return std::move(collection.overlay);
 }
 
 OwnedInstances share(vorn_instances &base) {

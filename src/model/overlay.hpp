@@ -38,8 +38,10 @@ public:
   };
   Fault fault() const noexcept { return fault_; }
 
-  // Makes all changes in the base, and the base's stores those of the collection. Nothing can fail.
-  void apply(vorn_instances &collection) noexcept;
+  // Makes all changes in the base, and the base's stores those of its collection. Nothing can fail. Returns
+  // the overlay, which holds instances that it has handed out and that nobody has changed: they are not in
+  // the collection any more, but good as long as it lives.
+  static std::unique_ptr<Overlay> apply(vorn_instances &collection) noexcept;
 
 private:
   void will_set(vorn_instance &, const vorn_property &) override;
@@ -54,13 +56,13 @@ private:
 
   bool is_dropped(const vorn_class &cls) const noexcept;
   OverlayStore *below(vorn_instances &changed, const vorn_class &cls) const noexcept;
-  void apply_class(OverlayStore &changes) noexcept;
+  void apply_class(vorn_instances &collection, OverlayStore &changes) noexcept;
 
   vorn_instances &base_;
   Stores stores_{8};   // of the classes that were asked for
   NameSet dropped_{8}; // classes whose instances below are not seen any more
   Fault fault_ = Fault::none;
-  bool applying_ = false;
+  bool is_applied_ = false;
 };
 
 // Returns a collection that shares everything with `base` until it is changed. Throws std::bad_alloc. It must

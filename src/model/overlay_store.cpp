@@ -132,7 +132,14 @@ void OverlayStore::prepare_own_value(vorn_instance &own, const vorn_property &pr
 }
 
 void OverlayStore::note_own_value(vorn_instance &own, const vorn_property &property) noexcept {
-  if (vorn_instance *origin = origin_of(own)) substitute_of(*origin)->value.set.add(property, cls());
+  vorn_instance *origin = origin_of(own);
+  if (!origin) return;
+  substitute_of(*origin)->value.set.add(property, cls());
+  note_touch(own);
+}
+
+void OverlayStore::note_touch(vorn_instance &own) noexcept {
+  if (vorn_instance *origin = origin_of(own)) substitute_of(*origin)->value.touched = true;
 }
 
 void OverlayStore::take_value(vorn_instance &below, const vorn_property &property) {

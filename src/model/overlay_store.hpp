@@ -45,6 +45,7 @@ public:
   // Below, a value was set: it is taken over, unless the transaction has set that property itself.
   void prepare_own_value(vorn_instance &own, const vorn_property &property);
   void note_own_value(vorn_instance &own, const vorn_property &property) noexcept;
+  void note_touch(vorn_instance &own) noexcept;
   void take_value(vorn_instance &below, const vorn_property &property);
 
   // Below, an instance has left, or all have.
@@ -54,10 +55,16 @@ public:
   // Its instances are the caller's from here on.
   void release_instances() noexcept;
 
-  // Puts all changes into the store below, which must not be empty, and frees what they replace. Calls
-  // `leaves` for each instance that is about to be removed there.
-  template <class Leaves> void apply(PlainStore &below, Leaves leaves) noexcept {
-    for (auto &entry : substitutes_) replace_below(below, entry);
+  // Puts all changes into the store below, which must not be empty, and frees what they replace. Stand-ins
+  // that nobody has changed stay here, and what they stand for stays there: `stays` is called for both, and
+  // `leaves` for each instance that is about to be removed below and the one before it.
+  template <class Stays, class Leaves> void apply(PlainStore &below, Stays stays, Leaves leaves) noexcept {
+    for (auto &entry : substitutes_) {
+      if (entry.value.touched)
+        replace_below(below, entry);
+      else if (entry.value.own)
+        stays(*entry.value.own, *address_of(entry));
+    }
     for (const auto &group : in_place_)
       if (extends_group(group.name())) below.absorb_group(*added_, group.name());
     for (auto &entry : substitutes_) {
@@ -76,6 +83,7 @@ private:
   struct Substitute {
     OwnedInstance own{};
     PropertySet set{}; // by the transaction
+    bool touched = false;
     bool removed = false;
   };
   using Substitutes = KeyedTable<Substitute>;

@@ -56,6 +56,7 @@ private:
   unsigned errors_ = 0; // of the operation evaluated last
   bool last_only_read_ = false;
   bool in_transaction_ = false;
+  std::unique_ptr<Overlay> applied_;
   OwnedInstances copy_; // the transaction's target until it replaces the running configuration
   Changes changes_;     // freed before the collection that it watches
   RefreshInfo refresh_;
@@ -154,7 +155,7 @@ bool Evaluation::replace_running() {
     end_request(error_size, "%s", memory ? no_memory : "The configuration has changed meanwhile.");
     return false;
   }
-  copy_->overlay->apply(*copy_);
+  applied_ = Overlay::apply(*copy_);
   vorn::replace_running(copy_.release());
   return true;
 }

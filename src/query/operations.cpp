@@ -159,7 +159,7 @@ void collect_update(Context &context, Operation &operation) {
 void update(Context &context, Operation &operation) {
   if (!knows_class(context, operation)) return;
   for_each_match(context, operation, [&](vorn_instance &shown) {
-    vorn_instance &instance = own(*context.target, shown);
+    vorn_instance &instance = own_to_change(*context.target, shown);
     context.undo->will_set_values(instance);
     vorn_changes_instance_updated(context.changes, &instance);
     const Assignment to = {instance, operation.class_name, false};
