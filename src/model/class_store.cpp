@@ -184,13 +184,11 @@ vorn_instance *ClassCursor::next() noexcept {
 }
 
 vorn_instance *ClassCursor::peek_overlay() noexcept {
-  for (;;) {
-    if (vorn_instance *extra = extras_.peek()) return extra;
-    vorn_instance *instance = base_.peek();
-    if (!instance) break;
-    if (vorn_instance *shown = overlay_->shown_for(*instance)) return shown;
+  if (overlay_->is_retired()) return nullptr;
+  for (vorn_instance *below; !extras_.peek() && (below = base_.peek()) && !overlay_->shown_for(*below);)
     pass_base();
-  }
+  if (vorn_instance *extra = extras_.peek()) return extra;
+  if (vorn_instance *below = base_.peek()) return overlay_->shown_for(*below);
   while (vorn_instance *instance = added_.peek()) {
     if (one_group_ || !overlay_->extends_group(instance->name)) return instance;
     added_.next();

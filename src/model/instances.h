@@ -16,8 +16,8 @@
 
 VORN_BEGIN_DECLS
 
-/* Walks instances of a collection. The instance that was just returned may be removed; no other change to the
- * collection is allowed while an iterator is in use. An iterator must not outlive the collection. */
+/* Walks instances of a collection. While an iterator is in use any instance may be added and removed: it goes
+ * on with those that are there. An iterator must not outlive the collection. */
 typedef struct vorn_instances_iterator vorn_instances_iterator;
 
 /* The events that a listener is told of. */

@@ -82,11 +82,8 @@ bool Overlay::is_empty() const noexcept {
 void Overlay::drop(const vorn_class &cls, bool and_instances) noexcept {
   auto *entry = stores_.find(cls.name.c_str());
   if (!entry) return;
-  if (and_instances)
-    entry->value->delete_instances();
-  else
-    overlay_of(entry)->release_instances();
-  stores_.remove(entry);
+  overlay_of(entry)->retire(and_instances);
+  retired_.take(stores_, entry);
 }
 
 void Overlay::delete_instances() noexcept {
@@ -135,7 +132,9 @@ void Overlay::has_left(vorn_instances &instances, vorn_instance &instance, vorn_
 }
 
 void Overlay::will_drop(vorn_instances &instances, const vorn_class &cls) {
-  if (instances.overlay.get() == this) dropped_.find_or_insert(cls.name.c_str());
+  if (instances.overlay.get() != this) return;
+  retired_.prepare_to_take();
+  dropped_.find_or_insert(cls.name.c_str());
 }
 
 void Overlay::drops(vorn_instances &instances, const vorn_class &cls) noexcept {

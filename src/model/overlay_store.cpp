@@ -172,8 +172,13 @@ void OverlayStore::forget_all() noexcept {
   origins_.clear();
 }
 
-void OverlayStore::release_instances() noexcept {
-  for (auto &entry : substitutes_) entry.value.own.release();
+void OverlayStore::retire(bool and_instances) noexcept {
+  if (and_instances)
+    delete_instances();
+  else
+    for (auto &entry : substitutes_) entry.value.own.release();
+  forget_all();
+  added_.reset();
 }
 
 // ---- The end of the transaction ----

@@ -52,8 +52,10 @@ public:
   void forget(vorn_instance &below) noexcept;
   void forget_all() noexcept;
 
-  // Its instances are the caller's from here on.
-  void release_instances() noexcept;
+  // The transaction has dropped the class: the store's instances are freed, or the caller's from here on, and
+  // walks that stand in it are at their end.
+  void retire(bool and_instances) noexcept;
+  bool is_retired() const noexcept { return !added_; }
 
   // Puts all changes into the store below, which must not be empty, and frees what they replace. Stand-ins
   // that nobody has changed stay here, and what they stand for stays there: `stays` is called for both, and
@@ -96,8 +98,8 @@ private:
   vorn_instances &base_;
   Substitutes substitutes_{8};             // by the address of the instance below, in the order of removal
   KeyedTable<vorn_instance *> origins_{8}; // by the address of its own
-  std::unique_ptr<PlainStore> added_;
-  NameSet in_place_{8}; // names of groups that are below
+  std::unique_ptr<PlainStore> added_;      // null in the end
+  NameSet in_place_{8};                    // names of groups that are below
   bool detached_;
 };
 
