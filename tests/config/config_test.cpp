@@ -25,9 +25,9 @@ struct Config : testing::Test {
   std::string load(const std::string &text) {
     std::ofstream(path) << text;
     vorn_instances *before = vorn_config_get_running();
-    vorn::XmlDocument document = vorn::open_config(path.c_str()).document;
-    if (!document) return "not loaded";
-    EXPECT_EQ(vorn::load_config(std::move(document)), 0);
+    vorn::ReadConfig file = vorn::open_config(path.c_str());
+    if (!file.draft) return "not loaded";
+    EXPECT_EQ(vorn::load_config(std::move(file.draft)), 0);
     vorn_instances_delete_all(before);
     return all_names(vorn_config_get_running());
   }
@@ -56,7 +56,7 @@ TEST_F(Config, FilesThatAreNoneAreRefusedWithTheirReason) {
     EXPECT_EQ(load(text), "not loaded") << text;
     EXPECT_TRUE(log.take().ends_with(message)) << text; // after what libxml2 itself says
   }
-  EXPECT_EQ(vorn::open_config(testing::TempDir().c_str()).document, nullptr); // a directory
+  EXPECT_EQ(vorn::open_config(testing::TempDir().c_str()).draft, nullptr); // a directory
   EXPECT_EQ(vorn_config_get_running(), nullptr);
 }
 
