@@ -92,7 +92,7 @@ private:
 
   // The instance's name is that of its group.
   void change_group(const vorn_instance &member) {
-    const char *group = entry_.group_change ? member.name.get() : nullptr;
+    const char *group = entry_.group_change ? member.name : nullptr;
     if (!group || !is_first_of(group)) return;
     vorn_debug_lprintf(5, " Committing class %s, group %s change.\n", name_, group);
     entry_.group_change(vorn_commit_info_get_after(info_), name_, group, info_);

@@ -82,7 +82,7 @@ const ClassRequest *request_for(const vorn_refresh_info *info, const vorn_instan
 
 // The request of the instance's own name, or null.
 const InstanceRequest *named_request(const ClassRequest &request, const vorn_instance &instance) {
-  const auto *entry = instance.name.get() ? request.named.find(instance.name.get()) : nullptr;
+  const auto *entry = instance.name ? request.named.find(instance.name) : nullptr;
   return entry ? &entry->value : nullptr;
 }
 

@@ -58,13 +58,14 @@ int vorn_refresher_fn(vorn_refresh_info *info) noexcept {
   if (!vorn_refresh_info_contains_class(info, class_name)) return 0;
   vorn_debug_lprintf(4, "Refreshing class %s.\n", class_name);
   if (refresher->pre_refresh) refresher->pre_refresh(info);
-  const vorn_instances *instances = vorn_refresh_info_get_instances(info);
+  vorn_instances *instances = vorn_refresh_info_get_instances(info);
   const vorn_class *cls = vorn_classes_get(class_name);
   if (!cls) return refuse_aloud<0>("Unknown class \"%s\".\n", class_name);
   if (!instances) return refuse_aloud<0>("Null instances.\n");
-  for (vorn_instances_iterator it(*instances, *cls); it.has_next();) {
-    vorn_instance *instance = it.next();
-    if (vorn_refresh_info_contains_instance(info, instance)) refresh_instance(*refresher, instance, info);
-  }
-  return 0;
+  return guarded(0, [&] {
+    for (vorn_instances_iterator it(*instances, *cls); vorn_instance *shown = it.next();)
+      if (vorn_refresh_info_contains_instance(info, shown))
+        refresh_instance(*refresher, &vorn::own(*instances, *shown), info);
+    return 0;
+  });
 }

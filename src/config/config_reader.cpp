@@ -40,7 +40,7 @@ void add_instance(vorn_instances &running, vorn_changes &changes, OwnedInstance 
     vorn_debug_eprintf("Instance is invalid: %s Skipping instance.", or_null(reason));
   else if (vorn_instances_add(&running, instance.get()) != 0)
     vorn_debug_eprintf("Couldn't add instance \"%s\" of class \"%s\". Skipping instance.\n",
-                       or_null(instance->name.get()), instance->cls->name.c_str());
+                       or_null(instance->name), instance->cls->name.c_str());
   else
     vorn_changes_instance_inserted(&changes, instance.release());
 }

@@ -22,11 +22,11 @@ using vorn::refuse_aloud;
 bool leave_out(const vorn_instance &instance, const char *what, const char *property) {
   return refuse_aloud(
       "The configuration file cannot hold %s%s%s of instance \"%s\" of class \"%s\" - leaving it out.\n",
-      what, property, *property ? "\"" : "", vorn::or_null(instance.name.get()), instance.cls->name.c_str());
+      what, property, *property ? "\"" : "", vorn::or_null(instance.name), instance.cls->name.c_str());
 }
 
 bool can_save_name(const vorn_instance &instance) {
-  const char *name = instance.name.get();
+  const char *name = instance.name;
   return !name || vorn::xml_can_carry(name) || leave_out(instance, "the name", "");
 }
 
@@ -39,11 +39,6 @@ bool can_save_class(const vorn_class &cls) {
   if (vorn::is_xml_name(cls.name.c_str())) return true;
   return refuse_aloud("The configuration file cannot hold class \"%s\" - leaving it out.\n",
                       cls.name.c_str());
-}
-
-bool is_saved(const vorn_instance &instance, const char *property_name) {
-  const vorn_property *property = vorn_class_get_property(instance.cls, property_name);
-  return property && property->persistence;
 }
 
 // All that write throw std::bad_alloc.
@@ -61,7 +56,7 @@ void write_value(std::string &out, const char *property, const char *value) {
 void write_instance(std::string &out, const char *class_name, const vorn_instance &instance) {
   if (!can_save_name(instance)) return;
   out.append("  <").append(class_name);
-  if (const char *name = instance.name.get()) {
+  if (const char *name = instance.name) {
     out += " name=\"";
     vorn::append_xml_attribute(out, name);
     out += '"';
@@ -69,9 +64,11 @@ void write_instance(std::string &out, const char *class_name, const vorn_instanc
   const size_t head = out.size();
   out += ">\n";
   const size_t empty = out.size();
-  for (const auto &entry : *instance.values)
-    if (is_saved(instance, entry.name()) && can_save_value(instance, entry.name(), entry.value.get()))
-      write_value(out, entry.name(), entry.value.get());
+  for (const vorn::Value &value : instance.values) {
+    const char *property = value.property()->name.c_str();
+    if (value.property()->persistence && can_save_value(instance, property, value.text()))
+      write_value(out, property, value.text());
+  }
   if (out.size() > empty)
     out.append("  </").append(class_name).append(">\n");
   else

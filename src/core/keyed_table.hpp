@@ -24,8 +24,8 @@ template <class T> std::string_view address_key(T *const &address) noexcept {
 
 // Maps byte strings to values and keeps them in the order of their insertion, which every listing in the
 // system follows. Keys are copied; a key that is present is refused, not replaced. An entry never moves, so
-// pointers to values hold until the entry is removed, and removing the entry that an iteration has just
-// passed is safe.
+// pointers to values hold until the entry is removed. Any entry may be inserted and removed while iterators
+// stand in the table: the table knows them and moves them on.
 template <class Value> class KeyedTable {
   struct Links {
     Links *previous;
@@ -52,21 +52,57 @@ public:
     uint32_t length_;
   };
 
-  // Walks the entries in order. It holds the entry to come, so what it has returned may be removed.
+  // Walks the entries in order, those that come meanwhile included. What becomes of its table is no danger to
+  // it: without a table it is at its end.
   class Iterator {
   public:
     Iterator() noexcept = default;
-    bool has_next() const noexcept { return next_ != end_; }
+    Iterator(const Iterator &other) noexcept : next_(other.next_), one_(other.one_) { join(other.table_); }
+    Iterator &operator=(const Iterator &other) noexcept {
+      if (this == &other) return *this;
+      leave();
+      next_ = other.next_;
+      one_ = other.one_;
+      join(other.table_);
+      return *this;
+    }
+    ~Iterator() { leave(); }
+
+    bool has_next() const noexcept { return table_ && next_ != &table_->ends_; }
+    // The entry to come, or null at the end.
+    Entry *peek() const noexcept { return has_next() ? static_cast<Entry *>(next_) : nullptr; }
     // The next entry, or null at the end.
     Entry *next() noexcept {
-      return has_next() ? static_cast<Entry *>(std::exchange(next_, next_->next)) : nullptr;
+      Entry *entry = peek();
+      if (entry) pass(*entry);
+      return entry;
     }
 
   private:
     friend class KeyedTable;
-    explicit Iterator(const Links &end) noexcept : next_(end.next), end_(&end) {}
+    Iterator(const KeyedTable &table, Links *next, bool one) noexcept : next_(next), one_(one) {
+      join(&table);
+    }
+    void pass(const Links &entry) noexcept { next_ = one_ ? const_cast<Links *>(&table_->ends_) : entry.next; }
+    void join(const KeyedTable *table) noexcept {
+      table_ = table;
+      if (!table_) return;
+      following_ = table_->walkers_;
+      if (following_) following_->link_ = &following_;
+      table_->walkers_ = this;
+      link_ = &table_->walkers_;
+    }
+    void leave() noexcept {
+      if (!table_) return;
+      *link_ = following_;
+      if (following_) following_->link_ = link_;
+      table_ = nullptr;
+    }
     Links *next_ = nullptr;
-    const Links *end_ = nullptr;
+    bool one_ = false; // ends after one entry
+    const KeyedTable *table_ = nullptr;
+    Iterator *following_ = nullptr; // in the table's list of them
+    Iterator **link_ = nullptr;     // what points to this one there
   };
 
   // Allocates nothing. `buckets` is a hint of the size, rounded up to a power of two.
@@ -77,7 +113,10 @@ public:
     for (const Entry &entry : other) insert_like(entry, entry.value);
   }
   KeyedTable &operator=(const KeyedTable &) = delete;
-  ~KeyedTable() { clear(); }
+  ~KeyedTable() {
+    clear();
+    while (walkers_) walkers_->leave();
+  }
 
   size_t size() const noexcept { return size_; }
   bool empty() const noexcept { return size_ == 0; }
@@ -102,6 +141,11 @@ public:
     return entry ? entry : insert(key, std::forward<Arguments>(arguments)...);
   }
 
+  // Makes sure that the table can take an entry over without memory. Throws std::bad_alloc.
+  void prepare_to_take() {
+    if (!buckets_) buckets_.reset(new Entry *[mask_ + 1]());
+  }
+
   // Copies an entry of another table, whose key must not be present here, with another value.
   template <class Other, class... Arguments>
   Entry *insert_like(const Other &model, Arguments &&...arguments) {
@@ -109,12 +153,18 @@ public:
   }
 
   void remove(Entry *entry) noexcept {
-    Entry **link = &buckets_[entry->hash_ & mask_];
-    while (*link != entry) link = &(*link)->chain_;
-    *link = entry->chain_;
+    unchain(entry);
     unlink(entry);
     --size_;
     destroy(entry);
+  }
+
+  // Gives an entry another key of the same length, which must not be present, and leaves it in its place.
+  void rename(Entry *entry, std::string_view key) noexcept {
+    unchain(entry);
+    memcpy(static_cast<void *>(entry + 1), key.data(), key.size());
+    entry->hash_ = hash_bytes(key);
+    chain(entry);
   }
 
   // Puts an entry at the end of the order, as if it had just been inserted.
@@ -123,14 +173,32 @@ public:
     link_at_end(entry);
   }
 
+  // Takes an entry out of another table, to the end of this one, which must have held an entry before, or be
+  // prepared, and must not have its key.
+  void take(KeyedTable &from, Entry *entry) noexcept {
+    from.unchain(entry);
+    from.unlink(entry);
+    --from.size_;
+    adopt(entry);
+  }
+
   void clear() noexcept {
-    for (Iterator it = iterate(); Entry *entry = it.next();) destroy(entry);
+    for (Links *at = ends_.next; at != &ends_;) destroy(static_cast<Entry *>(std::exchange(at, at->next)));
     ends_.previous = ends_.next = &ends_;
+    for (Iterator *walker = walkers_; walker; walker = walker->following_) walker->next_ = &ends_;
     size_ = 0;
     if (buckets_) std::fill_n(buckets_.get(), mask_ + 1, nullptr);
   }
 
-  Iterator iterate() const noexcept { return Iterator(ends_); }
+  Iterator iterate() const noexcept { return Iterator(*this, ends_.next, false); }
+  // A walk over one entry.
+  Iterator iterate_one(Entry *entry) const noexcept { return Iterator(*this, entry, true); }
+
+  // The entry before this one, null for the first one, and the last one of a table that is not empty.
+  Entry *before(const Entry *entry) const noexcept {
+    return entry->previous == &ends_ ? nullptr : static_cast<Entry *>(entry->previous);
+  }
+  Entry *last() const noexcept { return static_cast<Entry *>(ends_.previous); }
 
   // For range-based loops, which must not remove what they stand on.
   class Position {
@@ -182,13 +250,15 @@ private:
     std::unique_ptr<Entry *[]> first_buckets(buckets_ ? nullptr : new Entry *[mask_ + 1]());
     Entry *entry = make_entry(hash, key, std::forward<Arguments>(arguments)...);
     if (first_buckets) buckets_ = std::move(first_buckets);
+    adopt(entry);
+    return entry;
+  }
+
+  void adopt(Entry *entry) noexcept {
     if (size_ >= 2 * (mask_ + 1)) grow();
-    Entry **bucket = &buckets_[hash & mask_];
-    entry->chain_ = *bucket;
-    *bucket = entry;
+    chain(entry);
     link_at_end(entry);
     ++size_;
-    return entry;
   }
 
   // Doubles the buckets. Without memory for that the table stays as it is, only with longer chains.
@@ -208,15 +278,30 @@ private:
     ends_.previous = entry;
   }
 
-  static void unlink(Entry *entry) noexcept {
+  void unlink(Entry *entry) noexcept {
+    for (Iterator *walker = walkers_; walker; walker = walker->following_)
+      if (walker->next_ == entry) walker->pass(*entry);
     entry->previous->next = entry->next;
     entry->next->previous = entry->previous;
+  }
+
+  void chain(Entry *entry) noexcept {
+    Entry **bucket = &buckets_[entry->hash_ & mask_];
+    entry->chain_ = *bucket;
+    *bucket = entry;
+  }
+
+  void unchain(Entry *entry) noexcept {
+    Entry **link = &buckets_[entry->hash_ & mask_];
+    while (*link != entry) link = &(*link)->chain_;
+    *link = entry->chain_;
   }
 
   Links ends_{&ends_, &ends_}; // the order's first and last entry
   size_t size_ = 0;
   size_t mask_;                        // the number of buckets less one
-  std::unique_ptr<Entry *[]> buckets_; // none until something comes in
+  std::unique_ptr<Entry *[]> buckets_;  // none until something comes in
+  mutable Iterator *walkers_ = nullptr; // the iterators that stand in it
 };
 
 // The value of a table that is a set of names.

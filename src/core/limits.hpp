@@ -53,6 +53,12 @@ constexpr unsigned max_evaluation_seconds = 10;
 // Parts of "where" expressions that are logged as unknown, for each request.
 constexpr size_t max_logged_unknown = 16;
 
+// ---- Memory ----
+
+// The longest value that an instance holds in its own block of memory, in bytes. A copy of the instance copies
+// it; longer ones are shared, so that a change costs no more than this for every value that it leaves alone.
+constexpr size_t max_packed_value = 255;
+
 // ---- Configuration files ----
 
 // The longest file that is read, expanded where it is compressed, and so the longest that is written: far

@@ -4,23 +4,25 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
+#include <string_view>
 #include <utility>
 
 namespace vorn {
 
-// A reference to a NUL-terminated string in one block of memory, or to none. Copies of an instance share its
-// texts, so a pointer to a value holds as long as any of them has that value. The agent has one thread: the
+// A reference to a NUL-terminated string in one block of memory, or to none. The agent has one thread: the
 // count is plain.
 class SharedText {
 public:
   SharedText() noexcept = default;
   // Copies the text; null gives none. Throws std::bad_alloc.
   explicit SharedText(const char *text) {
-    if (!text) return;
-    const size_t size = strlen(text) + 1;
-    block_ = static_cast<Block *>(::operator new(sizeof(Block) + size));
+    if (text) *this = SharedText(std::string_view(text));
+  }
+  explicit SharedText(std::string_view text)
+      : block_(static_cast<Block *>(::operator new(sizeof(Block) + text.size() + 1))) {
     block_->references = 1;
-    memcpy(chars(), text, size);
+    text.copy(chars(), text.size());
+    chars()[text.size()] = '\0';
   }
   SharedText(const SharedText &other) noexcept : block_(other.block_) {
     if (block_) ++block_->references;
@@ -35,6 +37,18 @@ public:
   }
 
   const char *get() const noexcept { return block_ ? chars() : nullptr; }
+
+  // The text with its reference, which only adopt() takes over again.
+  const char *release() noexcept {
+    const char *text = get();
+    block_ = nullptr;
+    return text;
+  }
+  static SharedText adopt(const char *text) noexcept {
+    SharedText owner;
+    owner.block_ = reinterpret_cast<Block *>(const_cast<char *>(text)) - 1;
+    return owner;
+  }
 
 private:
   struct Block {

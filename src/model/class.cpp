@@ -19,9 +19,12 @@ int refuse_property(const vorn_class &cls, const vorn_property &property) {
 // Takes the property over when its name is new to the class.
 int take_property(vorn_class &cls, vorn_property *property) {
   return guarded(1, [&] {
+    const size_t number = cls.properties.size();
     auto *entry = cls.properties.insert(property->name.c_str(), nullptr);
     if (!entry) return 1;
     entry->value.reset(property);
+    property->owner = &cls;
+    property->number = number;
     return 0;
   });
 }
@@ -41,8 +44,11 @@ vorn_class *vorn_class_clone(const vorn_class *cls, const char *name) noexcept {
     clone->persistence = cls->persistence;
     clone->type = cls->type;
     clone->instance_validate = cls->instance_validate;
-    for (const auto &property : cls->properties)
-      clone->properties.insert(property.key(), std::make_unique<vorn_property>(*property.value));
+    for (const auto &property : cls->properties) {
+      auto *entry =
+          clone->properties.insert(property.key(), std::make_unique<vorn_property>(*property.value));
+      entry->value->owner = clone.get();
+    }
     return clone.release();
   });
 }

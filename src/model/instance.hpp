@@ -1,22 +1,28 @@
 #pragma once
 
-#include "core/keyed_table.hpp"
-#include "core/shared_text.hpp"
+#include "core/limits.hpp"
 #include "model/class.hpp"
 #include "model/instance.h"
+#include "model/value.hpp"
 #include <memory>
+#include <string_view>
+#include <vector>
 
-// One object of a class; owned by its maker until a collection takes it. Copies share the table of values
-// until one of them changes: recorders and transactions copy whole configurations and then change little.
+// One object of a class; owned by its maker until a collection takes it. Its name and the values that it was
+// made for lie behind it in the same block of memory. The block never shrinks: what a getter has returned
+// holds until that value is set again.
 struct vorn_instance {
-  using Values =
-      vorn::KeyedTable<vorn::SharedText>; // by property name, in the order in which they were last set
-
   vorn_class *cls;
-  vorn::SharedText name;
-  std::shared_ptr<Values> values;
-  vorn_instance_listener_fn listener = nullptr;
-  void *listener_data = nullptr;
+  const char *name = nullptr;
+  std::vector<vorn::Value> values{}; // in the order in which they were last set
+  uint32_t room_begin;               // of what is free in the block, from its beginning
+  uint32_t room_end;
+
+  // The value of a property, or null.
+  const vorn::Value *find(const vorn_property &property) const noexcept;
+
+  // The block is longer than the record.
+  static void operator delete(void *block) noexcept { ::operator delete(block); }
 };
 
 namespace vorn {
@@ -32,5 +38,35 @@ struct InstanceDeleter {
 };
 // An instance that is in no collection.
 using OwnedInstance = std::unique_ptr<vorn_instance, InstanceDeleter>;
+
+// What an instance is to have room for in its block.
+struct ValueRoom {
+  size_t values = 0;
+  size_t bytes = 0;
+
+  void add(size_t length) noexcept {
+    ++values;
+    if (length <= max_packed_value) bytes += length + 1;
+  }
+};
+
+// Makes an instance. The class must be a concrete one; the name, which may be null, is not checked against it.
+// Throws std::bad_alloc.
+OwnedInstance make_instance(vorn_class &cls, const char *name, ValueRoom room);
+
+// As vorn_instance_new, with room. Null with the reason logged, or without memory.
+vorn_instance *new_instance(vorn_class *cls, const char *name, ValueRoom room) noexcept;
+
+// A new value of the instance, in its block when that has room. Throws std::bad_alloc.
+Value make_value(vorn_instance &instance, const vorn_property *property, std::string_view text);
+
+// Puts a value after all others, unchecked and unheard. Throws std::bad_alloc.
+void put_value(vorn_instance &instance, Value value);
+
+// Sets a value that make_value has made, as vorn_instance_set_value does. Returns 0 or 1 as that.
+int set_value(vorn_instance &instance, Value value) noexcept;
+
+// Whether an instance of the class may have this name, or none; logs why not.
+bool name_fits(const vorn_class &cls, const char *name);
 
 } // namespace vorn

@@ -3,13 +3,15 @@
 #include "core/guard.hpp"
 #include "core/refuse.hpp"
 #include "model/classes.h"
+#include "model/overlay.hpp"
 
 namespace {
 
 using vorn::ClassStore;
 using vorn::guarded;
-using vorn::OwnedInstances;
+using vorn::PlainStore;
 using vorn::refuse_aloud;
+using vorn::Watcher;
 
 // The class that an operation names, or null with the reason logged.
 vorn_class *known_class(const vorn_instances *instances, const char *class_name) {
@@ -36,59 +38,106 @@ vorn_instance *find_in_subclasses(const vorn_instances &instances, const vorn_cl
 // A name is unique in the whole family of an abstract class.
 bool name_is_taken_in_family(const vorn_instances &instances, const vorn_instance &instance) {
   const vorn_class &cls = *instance.cls;
-  return cls.type == VORN_CLASS_UNIQUE_NAMED && cls.superclass && instance.name.get() &&
-         find_in_subclasses(instances, *cls.superclass, instance.name.get());
+  return cls.type == VORN_CLASS_UNIQUE_NAMED && cls.superclass && instance.name &&
+         find_in_subclasses(instances, *cls.superclass, instance.name);
 }
 
 // Finds the class's store or makes it; it stays even when the first instance is refused.
 ClassStore *store_for(vorn_instances &instances, const vorn_class &cls) {
-  if (auto *entry = instances.stores.find(cls.name.c_str())) return entry->value.get();
-  std::unique_ptr<ClassStore> store = ClassStore::make(cls);
+  if (ClassStore *store = instances.store(cls)) return store;
+  std::unique_ptr<ClassStore> store = PlainStore::make(cls);
   if (!store) return nullptr;
+  Watcher::before_change([&](Watcher &watcher) { watcher.will_place(instances); });
+  if (instances.source) return instances.source->store_for(cls);
   return instances.stores.insert(cls.name.c_str(), std::move(store))->value.get();
 }
 
-void delete_instances(const ClassStore &store) {
-  vorn::StoreCursor cursor = store.cursor();
-  while (cursor.has_next()) vorn_instance_delete(cursor.next());
+void tell_listener(vorn_instances &instances, vorn_instance &instance, int event) {
+  if (instances.listener) instances.listener(&instance, event, instances.listener_data);
+}
+
+void tell_has_left(vorn_instances &instances, vorn_instance &instance, vorn_instance *predecessor) {
+  Watcher::after_change([&](Watcher &watcher) { watcher.has_left(instances, instance, predecessor); });
+}
+
+void tell_will_join(vorn_instances &instances, ClassStore &store, vorn_instance &instance) {
+  try {
+    Watcher::before_change([&](Watcher &watcher) { watcher.will_join(instances, instance); });
+  } catch (...) {
+    store.remove(&instance);
+    tell_has_left(instances, instance, nullptr);
+    throw;
+  }
+}
+
+void remove_from(vorn_instances &instances, ClassStore &store, vorn_instance &instance) {
+  Watcher::before_change([&](Watcher &watcher) { watcher.will_leave(instances, instance); });
+  const bool plain = !instances.source;
+  vorn_instance *predecessor = plain ? static_cast<PlainStore &>(store).predecessor(instance) : nullptr;
+  store.remove(&instance);
+  tell_has_left(instances, instance, predecessor);
 }
 
 // Drops a class's store, with or without its instances. An abstract class never has one.
 int drop_class(vorn_instances *instances, const char *class_name, bool and_instances) {
-  if (!known_class(instances, class_name)) return 1;
-  auto *entry = instances->stores.find(class_name);
-  if (!entry) return 0;
-  if (and_instances) delete_instances(*entry->value);
-  instances->stores.remove(entry);
-  return 0;
+  const vorn_class *cls = known_class(instances, class_name);
+  if (!cls) return 1;
+  return guarded(1, [&] {
+    if (!instances->store(*cls)) return 0;
+    Watcher::before_change([&](Watcher &watcher) { watcher.will_drop(*instances, *cls); });
+    Watcher::after_change([&](Watcher &watcher) { watcher.drops(*instances, *cls); });
+    if (instances->source) {
+      instances->source->drop(*cls, and_instances);
+      return 0;
+    }
+    auto *entry = instances->stores.find(class_name);
+    if (and_instances) entry->value->delete_instances();
+    instances->stores.remove(entry);
+    return 0;
+  });
 }
 
-// Copies every store; `whole` tells whether memory sufficed for all instances.
-OwnedInstances copy_stores(const vorn_instances &from, bool &whole) {
-  whole = true;
-  return guarded(OwnedInstances(), [&] {
-    OwnedInstances copy(new vorn_instances);
-    for (const auto &store : from.stores) {
-      std::unique_ptr<ClassStore> empty = ClassStore::make(store.value->cls());
-      if (!empty) continue; // the class has lost its type
-      auto *entry = copy->stores.insert_like(store, std::move(empty));
-      if (!entry->value->copy_from(*store.value)) whole = false;
-    }
-    return copy;
-  });
+vorn_instance *own_or_null(const vorn_instances &instances, vorn_instance *shown) {
+  return shown ? &vorn::own(const_cast<vorn_instances &>(instances), *shown) : nullptr;
+}
+
+// What memory does not suffice for is missing.
+void copy_stores(const vorn_instances &from, vorn_instances &to) {
+  for (const auto &store : from.all_stores()) {
+    std::unique_ptr<PlainStore> made = PlainStore::make(store.value->cls());
+    if (!made) continue; // the class has lost its type
+    PlainStore &copies = *made;
+    to.stores.insert_like(store, std::move(made));
+    guarded(0, [&] {
+      for (vorn::ClassCursor it = store.value->cursor(); vorn_instance *instance = it.next();) {
+        vorn::OwnedInstance copy(vorn_instance_copy(instance));
+        if (!copy || !copies.add(copy.get())) return 1;
+        copy.release();
+      }
+      return 0;
+    });
+  }
 }
 
 } // namespace
 
-OwnedInstances vorn::copy_whole(const vorn_instances &instances) noexcept {
-  bool whole;
-  OwnedInstances copy = copy_stores(instances, whole);
-  if (!whole) copy.reset();
-  return copy;
+vorn_instances::vorn_instances() = default;
+vorn_instances::~vorn_instances() = default;
+
+ClassStore *vorn_instances::store(const vorn_class &cls) const {
+  if (source) return source->store(cls);
+  const auto *entry = stores.find(cls.name.c_str());
+  return entry ? entry->value.get() : nullptr;
 }
 
-std::optional<vorn_instances_iterator>
-vorn::walk_group(const vorn_instances *instances, const char *class_name, const char *group_name) noexcept {
+bool vorn_instances::holds(vorn_instance &instance) const noexcept {
+  const auto *entry = source ? nullptr : stores.find(instance.cls->name.c_str());
+  const ClassStore *store = source ? source->made(*instance.cls) : entry ? entry->value.get() : nullptr;
+  return store && store->contains(instance);
+}
+
+std::optional<vorn_instances_iterator> vorn::walk_group(const vorn_instances *instances,
+                                                        const char *class_name, const char *group_name) {
   const auto none = [](auto) { return std::nullopt; };
   if (!instances) return none(refuse_aloud("Null instances.\n"));
   if (group_name && !class_name) return none(refuse_aloud("group_name specified but class_name is null.\n"));
@@ -103,14 +152,37 @@ vorn::walk_group(const vorn_instances *instances, const char *class_name, const 
   return vorn_instances_iterator(*instances, *cls, group_name);
 }
 
+vorn_instance &vorn::own(vorn_instances &instances, vorn_instance &shown) {
+  if (!instances.overlay) return shown;
+  vorn_instance &instance = *instances.store(*shown.cls)->own(&shown);
+  if (&instance != &shown)
+    Watcher::after_change([&](Watcher &watcher) { watcher.was_replaced(instances, shown, instance); });
+  return instance;
+}
+
+void vorn::prepare_deletion(vorn_instances &instances, vorn_instance &shown) {
+  if (instances.overlay) instances.overlay->store_for(*shown.cls);
+  if (instances.overlay) instances.overlay->overlay_store(*shown.cls)->prepare_removal(shown);
+}
+
+bool vorn::delete_shown(vorn_instances &instances, vorn_instance &shown) noexcept {
+  const bool shared = instances.overlay && instances.overlay->origin_of(shown) == &shown;
+  if (vorn_instances_remove(&instances, &shown) != 0) return false;
+  if (!shared) vorn_instance_delete(&shown);
+  return true;
+}
+
 vorn_instances *vorn_instances_new() noexcept {
   return guarded<vorn_instances *>(nullptr, [] { return new vorn_instances; });
 }
 
 vorn_instances *vorn_instances_copy(const vorn_instances *instances) noexcept {
   if (!instances) return refuse_aloud("Null instances.\n");
-  bool whole;
-  return copy_stores(*instances, whole).release();
+  return guarded<vorn_instances *>(nullptr, [&] {
+    vorn::OwnedInstances copy(new vorn_instances);
+    copy_stores(*instances, *copy);
+    return copy.release();
+  });
 }
 
 vorn_instance *vorn_instances_get_singleton(const vorn_instances *instances,
@@ -119,9 +191,11 @@ vorn_instance *vorn_instances_get_singleton(const vorn_instances *instances,
   if (!cls) return nullptr;
   if (cls->type != VORN_CLASS_SINGLETON)
     return refuse_aloud("Class \"%s\" is not a singleton.\n", class_name);
-  const ClassStore *store = instances->store(*cls);
-  if (!store) return refuse_aloud("Singleton instance of class \"%s\" is missing.\n", class_name);
-  return store->cursor().next();
+  return guarded<vorn_instance *>(nullptr, [&]() -> vorn_instance * {
+    ClassStore *store = instances->store(*cls);
+    if (!store) return refuse_aloud("Singleton instance of class \"%s\" is missing.\n", class_name);
+    return own_or_null(*instances, store->cursor().peek());
+  });
 }
 
 vorn_instance *vorn_instances_get(const vorn_instances *instances, const char *class_name,
@@ -131,9 +205,12 @@ vorn_instance *vorn_instances_get(const vorn_instances *instances, const char *c
   if (!instance_name) return refuse_aloud("Null instance_name.\n");
   if (cls->type != VORN_CLASS_UNIQUE_NAMED)
     return refuse_aloud("Class \"%s\" is not unique named.\n", class_name);
-  if (cls->abstract == 1) return find_in_subclasses(*instances, *cls, instance_name);
-  const ClassStore *store = instances->store(*cls);
-  return store ? store->find(instance_name) : nullptr;
+  return guarded<vorn_instance *>(nullptr, [&]() -> vorn_instance * {
+    if (cls->abstract == 1)
+      return own_or_null(*instances, find_in_subclasses(*instances, *cls, instance_name));
+    const ClassStore *store = instances->store(*cls);
+    return store ? own_or_null(*instances, store->find(instance_name)) : nullptr;
+  });
 }
 
 int vorn_instances_add(vorn_instances *instances, vorn_instance *instance) noexcept {
@@ -142,7 +219,8 @@ int vorn_instances_add(vorn_instances *instances, vorn_instance *instance) noexc
   return guarded(1, [&] {
     ClassStore *store = store_for(*instances, *instance->cls);
     if (!store || name_is_taken_in_family(*instances, *instance) || !store->add(instance)) return 1;
-    if (instances->listener) instances->listener(instance, VORN_INSTANCES_ADDED, instances->listener_data);
+    tell_will_join(*instances, *store, *instance);
+    tell_listener(*instances, *instance, VORN_INSTANCES_ADDED);
     return 0;
   });
 }
@@ -150,10 +228,13 @@ int vorn_instances_add(vorn_instances *instances, vorn_instance *instance) noexc
 int vorn_instances_remove(vorn_instances *instances, vorn_instance *instance) noexcept {
   if (!instances) return refuse_aloud("Null instances.\n");
   if (!instance) return refuse_aloud("Null instance. (%s)\n", "vorn_instances_remove");
-  auto *entry = instances->stores.find(instance->cls->name.c_str());
-  if (!entry || !entry->value->remove(instance)) return 1;
-  if (instances->listener) instances->listener(instance, VORN_INSTANCES_REMOVED, instances->listener_data);
-  return 0;
+  return guarded(1, [&] {
+    ClassStore *store = instances->store(*instance->cls);
+    if (!store || !store->contains(*instance)) return 1;
+    remove_from(*instances, *store, *instance);
+    tell_listener(*instances, *instance, VORN_INSTANCES_REMOVED);
+    return 0;
+  });
 }
 
 int vorn_instances_remove_class(vorn_instances *instances, const char *class_name) noexcept {
@@ -168,7 +249,8 @@ void vorn_instances_delete(vorn_instances *instances) noexcept { delete instance
 
 void vorn_instances_delete_all(vorn_instances *instances) noexcept {
   if (!instances) return;
-  for (const auto &store : instances->stores) delete_instances(*store.value);
+  if (instances->source) instances->source->delete_instances();
+  for (const auto &store : instances->stores) store.value->delete_instances();
   delete instances;
 }
 
@@ -184,19 +266,21 @@ vorn_instances_iterator *vorn_instances_new_class_iterator(const vorn_instances 
 vorn_instances_iterator *vorn_instances_new_group_iterator(const vorn_instances *instances,
                                                            const char *class_name,
                                                            const char *group_name) noexcept {
-  const auto walk = vorn::walk_group(instances, class_name, group_name);
-  return guarded<vorn_instances_iterator *>(
-      nullptr, [&] { return walk ? new vorn_instances_iterator(*walk) : nullptr; });
+  return guarded<vorn_instances_iterator *>(nullptr, [&] {
+    const auto walk = vorn::walk_group(instances, class_name, group_name);
+    return walk ? new vorn_instances_iterator(*walk) : nullptr;
+  });
 }
 
 int vorn_instances_iterator_has_next(const vorn_instances_iterator *it) noexcept {
   if (!it) return refuse_aloud<0>("Null iterator.\n");
-  return it->has_next() ? 1 : 0;
+  // What it is about to return is made here, where a lack of memory can still be told.
+  return const_cast<vorn_instances_iterator *>(it)->peek_own() ? 1 : 0;
 }
 
 vorn_instance *vorn_instances_iterator_next(vorn_instances_iterator *it) noexcept {
   if (!it) return refuse_aloud("Null iterator.\n");
-  return it->next();
+  return it->peek_own() ? it->next() : nullptr;
 }
 
 int vorn_instances_delete_iterator(vorn_instances_iterator *it) noexcept {
@@ -210,18 +294,21 @@ void vorn_instances_print(const vorn_instances *instances, FILE *stream) noexcep
     vorn_debug_eprintf("Null instances.\n");
     return;
   }
-  for (const auto &store : instances->stores) {
-    vorn::StoreCursor cursor = store.value->cursor();
-    while (cursor.has_next()) {
-      vorn_instance_print(cursor.next(), stream);
+  guarded(0, [&] {
+    for (const auto &store : instances->all_stores()) {
+      for (vorn::ClassCursor cursor = store.value->cursor(); vorn_instance *instance = cursor.next();) {
+        vorn_instance_print(instance, stream);
+        fputs("\n", stream);
+      }
       fputs("\n", stream);
     }
-    fputs("\n", stream);
-  }
+    return 0;
+  });
 }
 
 int vorn_instances_is_empty(const vorn_instances *instances) noexcept {
   if (!instances) return refuse_aloud("Null instances.\n");
+  if (instances->source) return instances->source->is_empty() ? 1 : 0;
   return vorn_instances_iterator(*instances).has_next() ? 0 : 1;
 }
 

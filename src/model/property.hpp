@@ -13,4 +13,7 @@ struct vorn_property {
   vorn_property_is_valid_fn is_valid = nullptr;
   vorn_property_is_instance_valid_fn is_instance_valid = nullptr;
   int persistence = -1; // -1 until the class decides
+  // Where a class holds it: its own number there, set when it joins.
+  const vorn_class *owner = nullptr;
+  size_t number = 0;
 };

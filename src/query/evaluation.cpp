@@ -4,7 +4,7 @@
 #include "commit/providers.h"
 #include "config/config.h"
 #include "core/debug.h"
-#include "model/instances.hpp"
+#include "model/overlay.hpp"
 #include "notify/request_state.hpp"
 #include "query/operations.hpp"
 #include "query/undo.hpp"
@@ -36,6 +36,7 @@ private:
   void refresh();
   void apply(const xmlNode *operations);
   void commit();
+  bool replace_running();
   const xmlNode *evaluate_operation(const xmlNode &element, OperationFunction OperationKind::*pass);
   bool carry_out(Operation &operation, OperationFunction function);
   const xmlNode *take_where(const xmlNode &element, Operation &operation);
@@ -87,8 +88,7 @@ const xmlNode *Evaluation::choose_target(const xmlNode &root) {
   in_transaction_ = is_named(root.children, "write-transaction");
   if (!in_transaction_) return root.children;
   if (context_.target) {
-    copy_ = copy_whole(*context_.target);
-    if (!copy_) throw std::bad_alloc();
+    copy_ = share(*context_.target);
     context_.target = copy_.get();
   }
   return first_child(*root.children);
@@ -127,9 +127,22 @@ void Evaluation::apply(const xmlNode *operations) {
 // deliberate, clients read back what they have written that way.
 void Evaluation::commit() {
   if (in_transaction_) result_.reserve_end(); // from here on nothing may fail
-  if (copy_) vorn_config_replace_running(copy_.release());
+  if (copy_ && !replace_running()) return;
   if (last_only_read_ && !in_transaction_) return;
   if (context_.target) vorn_providers_commit(context_.target, changes_.get(), nullptr);
+}
+
+// Makes the transaction's changes in the running configuration.
+bool Evaluation::replace_running() {
+  const Overlay &overlay = *copy_->overlay;
+  if (overlay.fault() != Overlay::Fault::none) {
+    const bool memory = overlay.fault() == Overlay::Fault::memory;
+    end_request(error_size, "%s", memory ? no_memory : "The configuration has changed meanwhile.");
+    return false;
+  }
+  copy_->overlay->apply(*copy_);
+  vorn_config_replace_running(copy_.release());
+  return true;
 }
 
 // Returns the element at which the evaluation goes on, or null at the end.

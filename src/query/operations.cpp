@@ -61,19 +61,28 @@ void collect_select(Context &context, Operation &operation) {
   collect_where(context, operation);
 }
 
-void add_value(Context &context, const vorn_instance &instance, const char *property) {
+// The property may be null: an unknown one has no value.
+void add_value(Context &context, const vorn_instance &instance, const char *name,
+               const vorn_property *property) {
   context.budget.step();
-  context.result.add_value(property, vorn_instance_get_value(&instance, property));
+  const Value *value = property ? instance.find(*property) : nullptr;
+  context.result.add_value(name, value ? value->text() : nullptr);
 }
 
 void add_all_values(Context &context, const vorn_class &cls, const vorn_instance &instance) {
   vorn_class_property_iterator it(cls);
-  while (const vorn_property *property = it.next()) add_value(context, instance, property->name.c_str());
+  while (const vorn_property *property = it.next())
+    add_value(context, instance, property->name.c_str(),
+              property->owner == &cls || instance.cls == &cls
+                  ? property
+                  : vorn_class_get_property(instance.cls, property->name.c_str()));
 }
 
 void add_named_values(Context &context, const xmlNode *property, const vorn_instance &instance) {
   for (; property; property = property->next)
-    if (property->name) add_value(context, instance, node_name(*property));
+    if (property->name)
+      add_value(context, instance, node_name(*property),
+                vorn_class_get_property(instance.cls, node_name(*property)));
 }
 
 void select(Context &context, Operation &operation) {
@@ -83,7 +92,7 @@ void select(Context &context, Operation &operation) {
   if (!cls) return;
   for_each_match(context, operation, [&](const vorn_instance &instance) {
     ++operation.counter;
-    result.add_instance(operation.class_name, instance.name.get());
+    result.add_instance(operation.class_name, instance.name);
     if (selects_all(operation)) {
       add_all_values(context, *cls, instance);
     } else if (operation.properties) {
@@ -149,7 +158,8 @@ void collect_update(Context &context, Operation &operation) {
 
 void update(Context &context, Operation &operation) {
   if (!knows_class(context, operation)) return;
-  for_each_match(context, operation, [&](vorn_instance &instance) {
+  for_each_match(context, operation, [&](vorn_instance &shown) {
+    vorn_instance &instance = own(*context.target, shown);
     context.undo->will_set_values(instance);
     vorn_changes_instance_updated(context.changes, &instance);
     const Assignment to = {instance, operation.class_name, false};
@@ -179,21 +189,24 @@ void remove(Context &context, Operation &operation) {
     return true;
   });
   context.budget.check_time();
-  for (vorn_instance *instance : matches) vorn_changes_instance_deleted(context.changes, instance);
+  for (vorn_instance *instance : matches) {
+    prepare_deletion(*context.target, *instance);
+    vorn_changes_instance_deleted(context.changes, instance);
+  }
   expect_memory(context);
   context.irrevocable = true;
-  for (vorn_instance *instance : matches) {
-    if (vorn_instances_remove(context.target, instance) != 0) continue;
-    vorn_instance_delete(instance);
-    ++operation.counter;
-  }
+  for (vorn_instance *instance : matches)
+    if (delete_shown(*context.target, *instance)) ++operation.counter;
 }
 
 // Makes an instance of an element; null, with the error added, when it is refused.
 OwnedInstance build_instance(Context &context, Operation &operation, const char *class_name,
                              const xmlNode &element) {
   const char *name = vorn_util_xmlGetProp(&element, "name");
-  OwnedInstance instance(vorn_instance_new(vorn_classes_get(class_name), name));
+  ValueRoom room;
+  for (const xmlNode *property = first_child(element); property; property = property->next)
+    if (const char *text = element_text(*property)) room.add(strlen(text));
+  OwnedInstance instance(new_instance(vorn_classes_get(class_name), name, room));
   if (!instance) {
     fail(context, operation, "Bad instance name \"%s\" of class \"%s\".", or_null(name), class_name);
     return nullptr;
@@ -226,7 +239,7 @@ bool insert_instance(Context &context, Operation &operation, const xmlNode &elem
   context.undo->will_insert();
   if (vorn_instances_add(context.target, instance.get()) != 0)
     return fail(context, operation, "Couldn't add instance \"%s\" of class \"%s\".",
-                or_null(instance->name.get()), class_name);
+                or_null(instance->name), class_name);
   vorn_instance *const inserted = instance.release();
   context.undo->inserted(*inserted);
   vorn_changes_instance_inserted(context.changes, inserted);

@@ -10,7 +10,7 @@ void Undo::take_back() noexcept {
   for (; !changes_.empty(); changes_.pop_back()) {
     Change &change = changes_.back();
     if (change.values)
-      change.instance->values = std::move(change.values);
+      change.instance->values.swap(*change.values);
     else if (change.instance && vorn_instances_remove(target_, change.instance) == 0)
       vorn_instance_delete(change.instance);
   }

@@ -2,6 +2,7 @@
 
 #include "model/instance.hpp"
 #include "model/instances.hpp"
+#include <optional>
 #include <vector>
 
 namespace vorn {
@@ -23,7 +24,7 @@ public:
 private:
   struct Change {
     vorn_instance *instance;                       // null for one that never came into the collection
-    std::shared_ptr<vorn_instance::Values> values; // as they were; null for an inserted instance
+    std::optional<std::vector<Value>> values; // as they were; none for an inserted instance
   };
   vorn_instances *target_;
   std::vector<Change> changes_{};

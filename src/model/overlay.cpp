@@ -1,0 +1,184 @@
+#include "model/overlay.hpp"
+
+#include "core/guard.hpp"
+#include "model/listeners.hpp"
+
+namespace vorn {
+
+namespace {
+
+OverlayStore *overlay_of(const Stores::Entry *entry) noexcept {
+  return entry ? static_cast<OverlayStore *>(entry->value.get()) : nullptr;
+}
+
+} // namespace
+
+OverlayStore *Overlay::overlay_store(const vorn_class &cls) const noexcept {
+  return overlay_of(stores_.find(cls.name.c_str()));
+}
+
+bool Overlay::is_dropped(const vorn_class &cls) const noexcept {
+  return !dropped_.empty() && dropped_.find(cls.name.c_str());
+}
+
+vorn_instance *Overlay::known_as(vorn_instance &below) const noexcept {
+  if (is_dropped(*below.cls) || !base_.holds(below)) return nullptr;
+  const OverlayStore *store = overlay_store(*below.cls);
+  return store ? store->shown_for(below) : &below;
+}
+
+vorn_instance *Overlay::stand_in_for(vorn_instance &below) const noexcept {
+  const OverlayStore *store = overlay_store(*below.cls);
+  vorn_instance *shown = store ? store->shown_for(below) : nullptr;
+  return shown == &below ? nullptr : shown;
+}
+
+vorn_instance *Overlay::origin_of(vorn_instance &own) const noexcept {
+  const OverlayStore *store = overlay_store(*own.cls);
+  if (vorn_instance *origin = store ? store->origin_of(own) : nullptr) return origin;
+  return base_.holds(own) ? &own : nullptr;
+}
+
+// ---- As a source ----
+
+ClassStore *Overlay::store(const vorn_class &cls) {
+  if (OverlayStore *store = overlay_store(cls)) return store;
+  return !is_dropped(cls) && base_.store(cls) ? store_for(cls) : nullptr;
+}
+
+ClassStore *Overlay::store_for(const vorn_class &cls) {
+  if (OverlayStore *store = overlay_store(cls)) return store;
+  if (cls.type < VORN_CLASS_SINGLETON || cls.type > VORN_CLASS_GROUP_NAMED) return nullptr;
+  auto store = std::make_unique<OverlayStore>(cls, base_, is_dropped(cls));
+  return stores_.insert(cls.name.c_str(), std::move(store))->value.get();
+}
+
+// First the classes of the base, as they come there, then those that are new here.
+const Stores &Overlay::all() {
+  size_t others = stores_.size();
+  for (const auto &below : base_.stores) {
+    const vorn_class &cls = below.value->cls();
+    if (is_dropped(cls)) continue;
+    if (overlay_store(cls)) --others;
+    store_for(cls);
+    stores_.move_to_end(stores_.find(below.name()));
+  }
+  for (; others > 0; --others) stores_.move_to_end(stores_.iterate().peek());
+  return stores_;
+}
+
+ClassStore *Overlay::made(const vorn_class &cls) const noexcept { return overlay_store(cls); }
+
+bool Overlay::is_empty() const noexcept {
+  for (const auto &store : stores_)
+    if (store.value->cursor().peek()) return false;
+  for (const auto &below : base_.stores)
+    if (!is_dropped(below.value->cls()) && !stores_.find(below.name()) && below.value->cursor().peek())
+      return false;
+  return true;
+}
+
+// The instances below are the base's until all is applied. That the class is dropped is noted already.
+void Overlay::drop(const vorn_class &cls, bool and_instances) noexcept {
+  auto *entry = stores_.find(cls.name.c_str());
+  if (!entry) return;
+  if (and_instances)
+    entry->value->delete_instances();
+  else
+    overlay_of(entry)->release_instances();
+  stores_.remove(entry);
+}
+
+void Overlay::delete_instances() noexcept {
+  for (const auto &store : stores_) store.value->delete_instances();
+}
+
+// ---- What happens below ----
+
+void Overlay::will_set(vorn_instance &instance, const vorn_property &property) {
+  if (OverlayStore *store = overlay_store(*instance.cls)) store->prepare_own_value(instance, property);
+}
+
+void Overlay::was_set(vorn_instance &instance, const vorn_property &property) noexcept {
+  OverlayStore *store = overlay_store(*instance.cls);
+  if (!store) return;
+  store->note_own_value(instance, property);
+  const bool taken = guarded(false, [&] {
+    store->take_value(instance, property);
+    return true;
+  });
+  if (!taken) fault_ = Fault::memory;
+}
+
+void Overlay::will_join(vorn_instances &instances, vorn_instance &instance) {
+  if (&instances != &base_) return;
+  const auto displaces = [&](const vorn_class &cls) {
+    const OverlayStore *store = overlay_store(cls);
+    return store && store->displaces(instance);
+  };
+  bool displaced = displaces(*instance.cls);
+  if (const vorn_class *family = instance.cls->superclass)
+    for (const auto &subclass : family->subclasses) displaced = displaced || displaces(*subclass.value);
+  if (!displaced) return;
+  static_cast<OverlayStore *>(store_for(*instance.cls))->hide(instance);
+  fault_ = Fault::conflict;
+}
+
+// The store that shows what is about to change below, or null.
+OverlayStore *Overlay::below(vorn_instances &changed, const vorn_class &cls) const noexcept {
+  return &changed == &base_ && !applying_ && !is_dropped(cls) ? overlay_store(cls) : nullptr;
+}
+
+void Overlay::has_left(vorn_instances &instances, vorn_instance &instance, vorn_instance *) noexcept {
+  if (OverlayStore *store = below(instances, *instance.cls)) store->forget(instance);
+}
+
+void Overlay::will_drop(vorn_instances &instances, const vorn_class &cls) {
+  if (instances.overlay.get() == this) dropped_.find_or_insert(cls.name.c_str());
+}
+
+void Overlay::drops(vorn_instances &instances, const vorn_class &cls) noexcept {
+  if (OverlayStore *store = below(instances, cls)) store->forget_all();
+}
+
+// ---- The end of the transaction ----
+
+void Overlay::apply_class(OverlayStore &changes) noexcept {
+  auto *below = base_.stores.find(changes.cls().name.c_str());
+  if (!below) return;
+  if (!below->value->cursor().peek())
+    below->value = changes.release_added();
+  else
+    changes.apply(static_cast<PlainStore &>(*below->value), [&](vorn_instance &left, vorn_instance *before) {
+      after_change([&](Watcher &watcher) { watcher.has_left(base_, left, before); });
+    });
+}
+
+void Overlay::apply(vorn_instances &collection) noexcept {
+  applying_ = true;
+  for (const auto &name : dropped_) {
+    auto *below = base_.stores.find(name.name());
+    if (!below) continue;
+    below->value->delete_instances();
+    base_.stores.remove(below);
+  }
+  for (const auto &entry : stores_) apply_class(static_cast<OverlayStore &>(*entry.value));
+  for (auto it = base_.stores.iterate(); auto *entry = it.next();) collection.stores.take(base_.stores, entry);
+  for (auto it = stores_.iterate(); auto *entry = it.next();) {
+    if (collection.stores.find(entry->key())) continue;
+    entry->value = overlay_of(entry)->release_added();
+    collection.stores.take(stores_, entry);
+  }
+  collection.source = nullptr;
+  collection.overlay.reset(); // this
+}
+
+OwnedInstances share(vorn_instances &base) {
+  OwnedInstances collection(new vorn_instances);
+  collection->stores.prepare_to_take();
+  collection->overlay = std::make_unique<Overlay>(base);
+  collection->source = collection->overlay.get();
+  return collection;
+}
+
+} // namespace vorn
