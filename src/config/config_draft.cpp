@@ -110,13 +110,15 @@ const vorn_property *ConfigDraft::property_of(const vorn_class &cls, const Recor
   return known.property;
 }
 
-OwnedDraft ConfigDraft::make_draft(vorn_class &cls, const Record &record) {
-  ValueRoom room{record.fields.size(), 0};
+OwnedInstance ConfigDraft::make_draft(vorn_class &cls, const Record &record) {
+  ValueRoom room;
   for (size_t i = 0; i < record.fields.size(); ++i)
-    room.bytes += content_of(record.fields[i], property_of(cls, record, i)).size() + 1;
-  OwnedDraft draft = make_instance(cls, record.name, room);
-  for (size_t i = 0; i < record.fields.size(); ++i)
-    draft_value(*draft, known_[i].property, content_of(record.fields[i], known_[i].property));
+    room.add(content_of(record.fields[i], property_of(cls, record, i)).size());
+  OwnedInstance draft = make_instance(cls, record.name, room);
+  for (size_t i = 0; i < record.fields.size(); ++i) {
+    const vorn_property *property = known_[i].property;
+    draft->values.push_back(make_value(*draft, property, content_of(record.fields[i], property)));
+  }
   return draft;
 }
 

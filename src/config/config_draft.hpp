@@ -1,8 +1,8 @@
 // What a configuration file says, before any of it has an effect: a file may turn out damaged at its end.
 #pragma once
 
-#include "config/draft_temp.hpp"
 #include "core/handles.hpp"
+#include "model/instance.hpp"
 #include "xml/record_reader.hpp"
 #include <deque>
 #include <string>
@@ -16,8 +16,10 @@ public:
 
   // One element below the root.
   struct Element {
-    OwnedDraft instance; // with the values that wait to be set
-    CString fault;       // in its place: why it can be no instance, without a line end
+    // Not checked yet. Its values wait to be set, one after the other; one without a property is the name of
+    // an element that the class has no property for.
+    OwnedInstance instance;
+    CString fault; // in its place: why it can be no instance, without a line end
   };
 
   // Without `keep` it only sees whether the file is a configuration.
@@ -41,7 +43,7 @@ private:
   };
 
   const vorn_property *property_of(const vorn_class &cls, const Record &record, size_t field);
-  OwnedDraft make_draft(vorn_class &cls, const Record &record);
+  OwnedInstance make_draft(vorn_class &cls, const Record &record);
 
   bool keep_;
   bool right_root_ = false;

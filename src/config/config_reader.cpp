@@ -10,6 +10,8 @@
 #include "core/refuse.hpp"
 #include "model/classes.hpp"
 #include "model/instances.hpp"
+#include <iterator>
+#include <vector>
 
 namespace {
 
@@ -20,15 +22,24 @@ using vorn::or_null;
 using vorn::OwnedInstance;
 using vorn::OwnedInstances;
 using vorn::refuse_aloud;
+using vorn::Value;
 
-void load_value(vorn_instance &instance, const vorn_property *property, const char *value) {
+void load_value(vorn_instance &instance, const Value &value) {
+  const vorn_property *property = value.property();
   const char *class_name = instance.cls->name.c_str();
   if (!property)
-    vorn_debug_eprintf("Property \"%s\" is not valid for class \"%s\" - skipping.\n", value, class_name);
-  else if (!vorn::keeps_class(instance, *property, value) ||
-           vorn_instance_set_value(&instance, property->name.c_str(), value) != 0)
-    vorn_debug_eprintf("Value \"%s\" is not valid for property \"%s\" of class \"%s\" - skipping.\n", value,
-                       property->name.c_str(), class_name);
+    vorn_debug_eprintf("Property \"%s\" is not valid for class \"%s\" - skipping.\n", value.text(),
+                       class_name);
+  else if (!vorn::keeps_class(instance, *property, value.text()) || vorn::set_value(instance, value) != 0)
+    vorn_debug_eprintf("Value \"%s\" is not valid for property \"%s\" of class \"%s\" - skipping.\n",
+                       value.text(), property->name.c_str(), class_name);
+}
+
+// Sets what was drafted, as if it came one by one. Throws std::bad_alloc.
+void load_values(vorn_instance &instance, std::vector<Value> &drafts) {
+  drafts.assign(std::move_iterator(instance.values.begin()), std::move_iterator(instance.values.end()));
+  instance.values.clear();
+  for (const Value &draft : drafts) load_value(instance, draft);
 }
 
 // Checks the instance and adds it; what is refused is freed.
@@ -45,21 +56,30 @@ void add_instance(vorn_instances &running, vorn_changes &changes, OwnedInstance 
     vorn_changes_instance_inserted(&changes, instance.release());
 }
 
-void load_element(vorn_instances &running, vorn_changes &changes, ConfigDraft::Element element) {
+void load_element(vorn_instances &running, vorn_changes &changes, ConfigDraft::Element element,
+                  std::vector<Value> &drafts) {
   if (element.fault) {
     vorn_debug_eprintf("%s\n", element.fault.get());
     return;
   }
-  vorn::DraftInstance &draft = *element.instance;
-  const char *name = draft.name ? draft.name->c_str() : nullptr;
-  OwnedInstance instance(vorn_instance_new(draft.cls, name));
-  if (!instance) {
-    vorn_debug_eprintf("Bad instance name \"%s\" of class \"%s\"- skipping.\n", or_null(name),
-                       draft.cls->name.c_str());
+  vorn_instance &instance = *element.instance;
+  if (!vorn::may_be_instance(*instance.cls, instance.name)) {
+    vorn_debug_eprintf("Bad instance name \"%s\" of class \"%s\"- skipping.\n", or_null(instance.name),
+                       instance.cls->name.c_str());
     return;
   }
-  for (auto &value : draft.values) load_value(*instance, value.first, value.second.c_str());
-  add_instance(running, changes, std::move(instance));
+  load_values(instance, drafts);
+  add_instance(running, changes, std::move(element.instance));
+}
+
+// Memory that runs out costs an element.
+void load_elements(vorn_instances &running, vorn_changes &changes, ConfigDraft &draft) {
+  std::vector<Value> drafts; // one for all instances
+  while (!draft.empty())
+    vorn::guarded(false, [&] {
+      load_element(running, changes, draft.next(), drafts);
+      return true;
+    });
 }
 
 // Every singleton class has its instance, whether the file has one or not.
@@ -105,7 +125,7 @@ int vorn::load_config(std::unique_ptr<ConfigDraft> draft) noexcept {
   vorn_changes *changes = running ? vorn_changes_new(running.get()) : nullptr;
   if (!changes) return refuse_aloud("No memory to load the configuration.\n");
   set_running(running.get());
-  while (!draft->empty()) load_element(*running, *changes, draft->next());
+  load_elements(*running, *changes, *draft);
   draft.reset();
   add_singletons(*running, *changes);
   if (memory.has_failed()) refuse_saving("memory ran out while it was loaded");

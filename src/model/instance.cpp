@@ -122,7 +122,10 @@ int vorn::set_value(vorn_instance &instance, Value value) noexcept {
   return guarded(1, [&] { return store_and_tell(instance, std::move(value)); });
 }
 
-bool vorn::name_fits(const vorn_class &cls, const char *name) {
+bool vorn::may_be_instance(const vorn_class &cls, const char *name) noexcept {
+  if (cls.abstract != 0)
+    return refuse_aloud("Cannot create instance of abstract class \"%s\".\n", cls.name.c_str());
+  if (cls.type < VORN_CLASS_SINGLETON || cls.type > VORN_CLASS_GROUP_NAMED) return false;
   const bool named = cls.type == VORN_CLASS_UNIQUE_NAMED || cls.type == VORN_CLASS_GROUP_NAMED;
   if (named == (name != nullptr)) return true;
   // The doubled word is part of the text.
@@ -133,10 +136,7 @@ bool vorn::name_fits(const vorn_class &cls, const char *name) {
 
 vorn_instance *vorn::new_instance(vorn_class *cls, const char *name, ValueRoom room) noexcept {
   if (!cls) return refuse_aloud("Null class.\n");
-  if (cls->abstract != 0)
-    return refuse_aloud("Cannot create instance of abstract class \"%s\".\n", cls->name.c_str());
-  if (cls->type < VORN_CLASS_SINGLETON || cls->type > VORN_CLASS_GROUP_NAMED) return nullptr;
-  if (!name_fits(*cls, name)) return nullptr;
+  if (!may_be_instance(*cls, name)) return nullptr;
   return guarded<vorn_instance *>(nullptr, [&] { return make_instance(*cls, name, room).release(); });
 }
 
@@ -192,8 +192,7 @@ int vorn_instance_set_value(vorn_instance *instance, const char *property_name, 
     return refuse_aloud("Property \"%s\" not in class \"%s\" (or its superclasses).\n", property_name,
                         instance->cls->name.c_str());
   if (!value_is_valid(*instance, *property, value)) return 1;
-  return guarded(
-      1, [&] { return store_and_tell(*instance, vorn::make_value(*instance, property, value)); });
+  return guarded(1, [&] { return store_and_tell(*instance, vorn::make_value(*instance, property, value)); });
 }
 
 int vorn_instance_get_status(const vorn_instance *instance) noexcept {

@@ -50,8 +50,8 @@ struct ValueRoom {
   }
 };
 
-// Makes an instance. The class must be a concrete one; the name, which may be null, is not checked against it.
-// Throws std::bad_alloc.
+// Makes an instance. The class must be a concrete one; the name, which may be null, is not checked against
+// it. Throws std::bad_alloc.
 OwnedInstance make_instance(vorn_class &cls, const char *name, ValueRoom room);
 
 // As vorn_instance_new, with room. Null with the reason logged, or without memory.
@@ -66,7 +66,7 @@ void put_value(vorn_instance &instance, Value value);
 // Sets a value that make_value has made, as vorn_instance_set_value does. Returns 0 or 1 as that.
 int set_value(vorn_instance &instance, Value value) noexcept;
 
-// Whether an instance of the class may have this name, or none; logs why not.
-bool name_fits(const vorn_class &cls, const char *name);
+// Whether there may be an instance of the class with this name, or with none; logs why not.
+bool may_be_instance(const vorn_class &cls, const char *name) noexcept;
 
 } // namespace vorn

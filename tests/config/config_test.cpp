@@ -145,8 +145,9 @@ std::string by_libxml2() {
     while (it.has_next()) {
       const vorn_instance &instance = *it.next();
       xmlNode *element = vorn::add_element(xmlDocGetRootElement(document.get()), name);
-      if (instance.name.get()) vorn::set_attribute(element, "name", instance.name.get());
-      for (const auto &value : *instance.values) vorn::add_element(element, value.name(), value.value.get());
+      if (instance.name) vorn::set_attribute(element, "name", instance.name);
+      for (const vorn::Value &value : instance.values)
+        vorn::add_element(element, value.property()->name.c_str(), value.text());
     }
   }
   xmlChar *dump = nullptr;
