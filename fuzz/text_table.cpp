@@ -44,13 +44,10 @@ std::string the_others(const Table &table) {
   std::string text;
   for (vorn_instances_iterator it(*vorn_config_get_running()); it.has_next();) {
     const vorn_instance &instance = *it.next();
-    text.append(instance.cls->name)
-        .append(" ")
-        .append(instance.name.get() ? instance.name.get() : "")
-        .append("\n");
-    for (const auto &entry : *instance.values)
-      if (!is_stored(table, instance, entry.name()))
-        text.append(entry.name()).append("=").append(entry.value.get()).append("\n");
+    text.append(instance.cls->name).append(" ").append(instance.name ? instance.name : "").append("\n");
+    for (const vorn::Value &value : instance.values)
+      if (const std::string &name = value.property()->name; !is_stored(table, instance, name.c_str()))
+        text.append(name).append("=").append(value.text()).append("\n");
   }
   return text;
 }

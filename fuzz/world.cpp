@@ -255,17 +255,16 @@ void check_value(const vorn_instance &instance, const char *name, const char *va
 }
 
 bool is_listed_in(const vorn_instances &instances, const vorn_instance &instance) {
-  vorn_instances_iterator it(instances, *instance.cls, instance.name.get());
+  vorn_instances_iterator it(instances, *instance.cls, instance.name);
   while (it.has_next())
     if (it.next() == &instance) return true;
   return false;
 }
 
 void check_instance(const vorn_instances &instances, vorn_instance &instance) {
-  const char *cls = instance.cls->name.c_str(), *name = instance.name.get();
+  const char *cls = instance.cls->name.c_str(), *name = instance.name;
   require(vorn_classes_get(cls) == instance.cls && instance.cls->abstract == 0,
           "an instance is of a concrete class");
-  require(instance.listener == nullptr, "no listener is left on an instance");
   const bool named = instance.cls->type >= VORN_CLASS_UNIQUE_NAMED;
   require(named == (name != nullptr), "an instance has a name when its class has names");
   if (instance.cls->type == VORN_CLASS_SINGLETON)
@@ -276,11 +275,12 @@ void check_instance(const vorn_instances &instances, vorn_instance &instance) {
     require(vorn_instances_get(&instances, instance.cls->superclass->name.c_str(), name) == &instance,
             "a name is unique in its family");
   if (named) require(is_listed_in(instances, instance), "what is listed is found by its name");
-  for (const auto &entry : *instance.values) check_value(instance, entry.name(), entry.value.get());
+  for (const Value &value : instance.values)
+    check_value(instance, value.property()->name.c_str(), value.text());
 }
 
 void check_collection(const vorn_instances &instances) {
-  require(instances.listener == nullptr, "no recorder is left");
+  require(instances.recorder == nullptr && !instances.source, "no recorder is left, and no transaction");
   size_t count = 0;
   for (vorn_instances_iterator it(instances); it.has_next(); ++count) check_instance(instances, *it.next());
   require((count == 0) == (vorn_instances_is_empty(&instances) == 1),
@@ -294,10 +294,9 @@ void check_collection(const vorn_instances &instances) {
 
 std::string saved_values(const vorn_instance &instance) {
   std::map<std::string, std::string> values;
-  for (const auto &entry : *instance.values)
-    if (vorn_class_get_property(instance.cls, entry.name())->persistence)
-      values[entry.name()] = entry.value.get();
-  std::string text = instance.cls->name + " " + (instance.name.get() ? instance.name.get() : "") + "\n";
+  for (const Value &value : instance.values)
+    if (value.property()->persistence) values[value.property()->name] = value.text();
+  std::string text = instance.cls->name + " " + (instance.name ? instance.name : "") + "\n";
   for (const auto &[name, value] : values) text.append(" " + name + "=" + value + "\n");
   return text;
 }

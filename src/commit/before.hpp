@@ -10,8 +10,8 @@ struct vorn_changes;
 namespace vorn {
 
 // The source of a recorder's before-collection: a class's store is made when somebody asks for it, of the
-// instances that are there now, and of those that have left, put back where they stood. What has come in since
-// is left out. Refers to copies that the recorder owns.
+// instances that are there now, and of those that have left, put back where they stood. What has come in
+// since is left out. Refers to copies that the recorder owns.
 class Before final : public Source {
 public:
   Before(vorn_changes &changes, const vorn_instances &now);
@@ -47,7 +47,7 @@ private:
 
   vorn_changes &changes_;
   bool was_empty_;
-  Stores stores_{8};                                      // of the classes that were asked for
+  Stores stores_{8};                                       // of the classes that were asked for
   std::optional<std::vector<const vorn_class *>> order_{}; // of the classes, when it may be another now
   std::vector<Departure> departures_{};
   size_t expected_ = 0;

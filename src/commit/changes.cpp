@@ -163,7 +163,8 @@ void vorn_changes::has_left(vorn_instances &instances, vorn_instance &instance,
   if (&instances == watched) vorn::drop_listener(&instance); // what it is from here on is nobody's concern
   auto *entry = entry_of(instance);
   vorn_instance *known = &instance;
-  if (!entry && watched->overlay && (known = watched->overlay->stand_in_for(instance))) entry = entry_of(*known);
+  if (!entry && watched->overlay && (known = watched->overlay->stand_in_for(instance)))
+    entry = entry_of(*known);
   if (!entry) return;
   Record &record = entry->value;
   if (record.changed && !record.gone) vorn_instances_remove(&changed, known);

@@ -18,11 +18,11 @@ struct vorn_changes final : private vorn::Watcher {
   // What is known of one instance.
   struct Record {
     const vorn_class *cls;
-    vorn_instance *before;   // null for an instance that came in since
-    bool inserted = false;   // as part of this change set, with these properties
-    bool changed = false;    // updated or inserted
-    bool gone = false;       // it has left, or is about to
-    vorn_instance *origin = nullptr;   // of a transaction's stand-in that leaves
+    vorn_instance *before;           // null for an instance that came in since
+    bool inserted = false;           // as part of this change set, with these properties
+    bool changed = false;            // updated or inserted
+    bool gone = false;               // it has left, or is about to
+    vorn_instance *origin = nullptr; // of a transaction's stand-in that leaves
     vorn::PropertySet properties{};
     std::unique_ptr<vorn::NameSet> foreign_names{}; // that were given as properties and are none of the class
   };

@@ -83,7 +83,9 @@ public:
     Iterator(const KeyedTable &table, Links *next, bool one) noexcept : next_(next), one_(one) {
       join(&table);
     }
-    void pass(const Links &entry) noexcept { next_ = one_ ? const_cast<Links *>(&table_->ends_) : entry.next; }
+    void pass(const Links &entry) noexcept {
+      next_ = one_ ? const_cast<Links *>(&table_->ends_) : entry.next;
+    }
     void join(const KeyedTable *table) noexcept {
       table_ = table;
       if (!table_) return;
@@ -299,7 +301,7 @@ private:
 
   Links ends_{&ends_, &ends_}; // the order's first and last entry
   size_t size_ = 0;
-  size_t mask_;                        // the number of buckets less one
+  size_t mask_;                         // the number of buckets less one
   std::unique_ptr<Entry *[]> buckets_;  // none until something comes in
   mutable Iterator *walkers_ = nullptr; // the iterators that stand in it
 };

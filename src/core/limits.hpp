@@ -55,8 +55,9 @@ constexpr size_t max_logged_unknown = 16;
 
 // ---- Memory ----
 
-// The longest value that an instance holds in its own block of memory, in bytes. A copy of the instance copies
-// it; longer ones are shared, so that a change costs no more than this for every value that it leaves alone.
+// The longest value that an instance holds in its own block of memory, in bytes. A copy of the instance
+// copies it; longer ones are shared, so that a change costs no more than this for every value that it leaves
+// alone.
 constexpr size_t max_packed_value = 255;
 
 // ---- Configuration files ----

@@ -45,9 +45,9 @@ struct vorn_instances {
   bool holds(vorn_instance &instance) const noexcept;
 
   vorn::Stores stores{8};
-  vorn::Source *source = nullptr;           // of one that has no stores itself
-  std::unique_ptr<vorn::Overlay> overlay;   // which is the source of a transaction's
-  const vorn::Watcher *recorder = nullptr;  // the newest one that is made over it
+  vorn::Source *source = nullptr;          // of one that has no stores itself
+  std::unique_ptr<vorn::Overlay> overlay;  // which is the source of a transaction's
+  const vorn::Watcher *recorder = nullptr; // the newest one that is made over it
   vorn_instances_listener_fn listener = nullptr;
   void *listener_data = nullptr;
 };
@@ -86,8 +86,8 @@ struct CollectionDeleter {
 // A collection and its instances.
 using OwnedInstances = std::unique_ptr<vorn_instances, CollectionDeleter>;
 
-// What vorn_instances_new_group_iterator walks, without memory for the iterator; none, with the reason logged,
-// where that refuses. Throws std::bad_alloc.
+// What vorn_instances_new_group_iterator walks, without memory for the iterator; none, with the reason
+// logged, where that refuses. Throws std::bad_alloc.
 std::optional<vorn_instances_iterator> walk_group(const vorn_instances *instances, const char *class_name,
                                                   const char *group_name);
 

@@ -163,7 +163,8 @@ void Overlay::apply(vorn_instances &collection) noexcept {
     base_.stores.remove(below);
   }
   for (const auto &entry : stores_) apply_class(static_cast<OverlayStore &>(*entry.value));
-  for (auto it = base_.stores.iterate(); auto *entry = it.next();) collection.stores.take(base_.stores, entry);
+  for (auto it = base_.stores.iterate(); auto *entry = it.next();)
+    collection.stores.take(base_.stores, entry);
   for (auto it = stores_.iterate(); auto *entry = it.next();) {
     if (collection.stores.find(entry->key())) continue;
     entry->value = overlay_of(entry)->release_added();

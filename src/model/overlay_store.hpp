@@ -7,8 +7,8 @@
 namespace vorn {
 
 // Shows the store of the running configuration with what the transaction has changed: instances of its own
-// that stand in for those below, instances that it has removed, and such as it has added. All that it does not
-// touch it shares, and what becomes of that below is seen through it.
+// that stand in for those below, instances that it has removed, and such as it has added. All that it does
+// not touch it shares, and what becomes of that below is seen through it.
 class OverlayStore final : public ClassStore {
 public:
   // With nothing below it when the transaction has dropped the class.
@@ -86,8 +86,8 @@ private:
   void replace_below(PlainStore &below, Substitutes::Entry &entry) noexcept;
 
   vorn_instances &base_;
-  Substitutes substitutes_{8};                // by the address of the instance below, in the order of removal
-  KeyedTable<vorn_instance *> origins_{8};    // by the address of its own
+  Substitutes substitutes_{8};             // by the address of the instance below, in the order of removal
+  KeyedTable<vorn_instance *> origins_{8}; // by the address of its own
   std::unique_ptr<PlainStore> added_;
   NameSet in_place_{8}; // names of groups that are below
   bool detached_;

@@ -7,8 +7,8 @@
 namespace vorn {
 
 // A property and its text. The text lies in the instance's own block of memory, or, when it is long or came
-// later, in a block that copies share. Copying a value copies no text: one that lies in an instance's block is
-// good for as long as that instance.
+// later, in a block that copies share. Copying a value copies no text: one that lies in an instance's block
+// is good for as long as that instance.
 class Value {
 public:
   Value(const vorn_property *property, const char *text_in_block) noexcept

@@ -238,8 +238,8 @@ bool insert_instance(Context &context, Operation &operation, const xmlNode &elem
     return fail(context, operation, "Instance is invalid: %s", or_null(reason.get()));
   context.undo->will_insert();
   if (vorn_instances_add(context.target, instance.get()) != 0)
-    return fail(context, operation, "Couldn't add instance \"%s\" of class \"%s\".",
-                or_null(instance->name), class_name);
+    return fail(context, operation, "Couldn't add instance \"%s\" of class \"%s\".", or_null(instance->name),
+                class_name);
   vorn_instance *const inserted = instance.release();
   context.undo->inserted(*inserted);
   vorn_changes_instance_inserted(context.changes, inserted);

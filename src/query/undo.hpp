@@ -23,7 +23,7 @@ public:
 
 private:
   struct Change {
-    vorn_instance *instance;                       // null for one that never came into the collection
+    vorn_instance *instance;                  // null for one that never came into the collection
     std::optional<std::vector<Value>> values; // as they were; none for an inserted instance
   };
   vorn_instances *target_;

@@ -84,16 +84,38 @@ TEST_F(Changes, RecordDeletionsAsTheyWere) {
   EXPECT_EQ(vorn_changes_get_instance_before(changes, again), nullptr);
 }
 
-TEST_F(Changes, AreNotHeardOfALeftInstanceNorAfterTheEnd) {
-  vorn_instance *left = add(all, "radio", "left"), *radio = add(all, "radio", "r");
+// Recorders do not need the places of listeners, but whoever relies on what becomes of his finds it so.
+TEST_F(Changes, DisplaceListenersWhenTheyBeginAndWhenTheyEnd) {
+  static std::string heard;
+  heard.clear();
+  const auto listen = [](vorn_instance *instance, const char *property, void *) {
+    return heard.append(instance->name).append(".").append(property).append(" "), 0;
+  };
+  const auto listen_to_all = [](vorn_instance *instance, int event, void *) {
+    return heard.append(instance->name).append(event ? "- " : "+ "), 0;
+  };
+  vorn_instance *a = add(all, "radio", "a"), *b = add(all, "radio", "b"), *left = add(all, "radio", "left");
+  vorn_instance *outside = make("radio", "outside");
+  for (vorn_instance *instance : {a, left, outside}) vorn_instance_set_listener(instance, listen, nullptr);
+  vorn_instances_set_listener(all, listen_to_all, nullptr);
+  const auto set_all = [&] {
+    for (vorn_instance *instance : {a, b, left, outside}) vorn_instance_set_value(instance, "mode", "1");
+  };
   record();
-  vorn_instances_remove(all, left);
-  EXPECT_EQ(left->listener, nullptr);
-  vorn_instance_delete(left);
+  set_all();
+  add(all, "radio", "new");
+  EXPECT_EQ(heard, "outside.mode ");
+  for (vorn_instance *instance : {b, left}) vorn_instance_set_listener(instance, listen, nullptr);
+  vorn_instances_set_listener(all, listen_to_all, nullptr);
+  vorn_instances_remove(all, left); // it loses its own
+  set_all();
+  EXPECT_EQ(heard, "outside.mode left- b.mode outside.mode ");
+  EXPECT_EQ(properties(b), "mode "); // who is listened to is recorded
   vorn_changes_delete(std::exchange(changes, nullptr));
-  vorn_instance_set_value(radio, "mode", "1");
-  EXPECT_EQ(radio->listener, nullptr);
-  EXPECT_EQ(all->listener, nullptr);
+  set_all();
+  EXPECT_EQ(heard, "outside.mode left- b.mode outside.mode outside.mode ");
+  vorn_instance_delete(left);
+  vorn_instance_delete(outside);
 }
 
 // A refresh may evaluate a passive request while the outer request's recorder is at work.
