@@ -105,8 +105,8 @@ std::string grouped(double number) {
   return text;
 }
 
-std::string against_aim(double number, double aim) {
-  return with_decimals(number, number < 9.995 ? 2 : 1) + (number > aim ? " (missed)" : "");
+std::string ratio(double number) {
+  return number < 99.95 ? with_decimals(number, number < 9.995 ? 2 : 1) : grouped(number);
 }
 
 } // namespace bench

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -20,21 +21,24 @@ double processor_seconds();
 // Repeats a call for a while, so that what is quick is measured often, and never less than a few times.
 template <class Work> void repeat_for(double seconds, Work work) {
   const double start = wall_seconds();
-  for (int done = 0; done < 7 || wall_seconds() - start < seconds; ++done) work();
+  for (int done = 0; done < 5 || wall_seconds() - start < seconds; ++done) work();
 }
 
 using Samples = std::vector<double>;
 
-// Adds the seconds that a call takes by one of the clocks.
-template <class Work> void add_time(Samples &samples, double (*clock)(), Work work) {
+// Adds the seconds that a call takes by one of the clocks: the mean of so many in a row.
+template <class Work> void add_time(Samples &samples, double (*clock)(), Work work, size_t calls = 1) {
   const double start = clock();
-  work();
-  samples.push_back(clock() - start);
+  for (size_t call = 0; call < calls; ++call) work();
+  samples.push_back((clock() - start) / static_cast<double>(calls));
 }
 
 // The smallest value that at least this share of all values does not exceed; throws without values.
 double percentile(Samples samples, double percent);
 inline double median(const Samples &samples) { return percentile(samples, 50); }
+
+using Figures = std::map<std::string, double>;
+using Sizes = std::map<size_t, Figures>; // by the number of instances
 
 // A process's memory in bytes, as the kernel counts it: VmRSS and VmHWM. Throws when the process has ended.
 double resident_memory(pid_t pid);
@@ -54,7 +58,7 @@ std::string bytes(double count);
 std::string grouped(double number);
 inline std::string grouped(size_t number) { return grouped(static_cast<double>(number)); }
 std::string with_decimals(double number, int decimals);
-// A number beside what it should not exceed, marked when it does.
-std::string against_aim(double number, double aim);
+// Without a unit, as a factor.
+std::string ratio(double number);
 
 } // namespace bench

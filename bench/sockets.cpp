@@ -1,7 +1,9 @@
-// Requests over the agent's sockets, beside a bare echo server on the same kind of socket. Overwrites the
-// agent's files: to be run on a private device.
+// Requests over the agent's sockets, beside a server that leaves everything but the sockets to libxml2.
+// Client and servers share one processor: nobody gains by working while another one does.
+#include "core/socket.h"
 #include "exchange.hpp"
-#include "figures.hpp"
+#include "measures.hpp"
+#include "reference.hpp"
 #include "station.hpp"
 #include <cerrno>
 #include <chrono>
@@ -12,19 +14,19 @@
 #include <filesystem>
 #include <numeric>
 #include <optional>
+#include <sched.h>
 #include <stdexcept>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 
+namespace bench {
+
 namespace {
 
-using namespace bench;
 using namespace vorn::client;
 using std::string;
 
-constexpr size_t all_sizes[] = {100, 1'000};
-constexpr size_t rounds = 5;
-constexpr double seconds_each_round = 0.4;
+constexpr size_t rounds = 7;
 constexpr std::chrono::seconds timeout(20);
 
 // A child process, which ends with its owner or its parent.
@@ -70,35 +72,6 @@ void wait_until_the_agent_answers() {
   }
 }
 
-// ---- The echo server: the least that a server on the same kind of socket has to do ----
-
-// Listens there, and fills in the port that the system chooses.
-vorn::Descriptor listen_at(Endpoint &endpoint) {
-  auto *address = reinterpret_cast<sockaddr *>(&endpoint.address);
-  vorn::Descriptor listener(socket(address->sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  if (bind(listener.get(), address, endpoint.length) != 0 || listen(listener.get(), 50) != 0 ||
-      getsockname(listener.get(), address, &endpoint.length) != 0)
-    throw std::runtime_error("cannot listen at " + endpoint.description + ": " + strerror(errno));
-  return listener;
-}
-
-// Reads the length and the request, as the agent does, and replies once.
-void echo_local(Connection &client, const string &reply) {
-  string request;
-  std::uint32_t length = 0;
-  while (request.size() < sizeof length || request.size() - sizeof length < length) {
-    if (!client.receive(request)) return;
-    if (request.size() >= sizeof length) memcpy(&length, request.data(), sizeof length);
-  }
-  client.send(reply);
-}
-
-// Replies to every request until the client goes.
-void echo_tcp(Connection &client, const string &reply) {
-  string received, request;
-  while (client.receive_message(terminator, received, request)) client.send(reply + terminator);
-}
-
 // ---- Both sides of the comparison ----
 
 // A server, and what its only client has of it.
@@ -106,19 +79,16 @@ struct Side {
   Endpoint server;
   std::optional<Connection> connection{};
   string received{}, reply{};
-  Samples latencies{};
+  size_t number = 0; // of the next request
+  Samples rates{};   // requests a second, a round each
 };
 
-// The agent's protocol on the local socket: a connection for each request.
+// On the local socket: a connection for each request.
 void ask_local(Side &side, const string &request) {
-  Connection connection(side.server, timeout);
-  connection.send(with_length(request));
-  side.reply.clear();
-  while (connection.receive(side.reply)) continue;
-  if (side.reply.empty()) throw std::runtime_error("no reply at the local socket");
+  side.reply = exchange_local(side.server, request, timeout);
 }
 
-// And over TCP: one connection for all requests.
+// Over TCP: one connection for all requests.
 void ask_tcp(Side &side, const string &request) {
   if (!side.connection) side.connection.emplace(side.server, timeout);
   side.connection->send(request + terminator);
@@ -126,110 +96,75 @@ void ask_tcp(Side &side, const string &request) {
     throw std::runtime_error("the TCP connection has ended");
 }
 
+constexpr char reference_socket[] = "vorn_bench_reference";
+constexpr std::uint16_t reference_port = 8099;
+
 const struct Transport {
   const char *name;
-  Endpoint agent, echo;
+  Endpoint agent, reference;
   void (*ask)(Side &side, const string &request);
-  void (*serve_echo)(Connection &client, const string &reply);
+  int (*listen)(); // for the reference, as the agent does
+  bool is_local;
 } transports[] = {
-    {"local socket", local_endpoint(lsql_socket), local_endpoint("vorn_bench_echo"), ask_local, echo_local},
-    {"TCP", tcp_endpoint(lsql_port), tcp_endpoint(0), ask_tcp, echo_tcp},
-};
-
-constexpr struct Kind {
-  const char *name;
-  string (*request)(size_t number, size_t stations);
-  bool matches_all;
-} kinds[] = {
-    {"select one by name", [](size_t i, size_t n) { return lsql(select_one(station_name(i % n))); }, false},
-    {"update one by name", [](size_t i, size_t n) { return lsql(update_one(station_name(i % n), i)); },
-     false},
-    {"select all", [](size_t, size_t) { return lsql(select_all()); }, true},
+    {transport_names[0], local_endpoint(lsql_socket), local_endpoint(reference_socket), ask_local,
+     [] { return vorn_socket_get_unix(reference_socket, VORN_SOCKET_ABSTRACT); }, true},
+    {transport_names[1], tcp_endpoint(lsql_port), tcp_endpoint(reference_port), ask_tcp,
+     [] { return vorn_socket_get_tcp(reference_port, 1); }, false},
 };
 
 // ---- The measuring ----
 
-void run_round(Side &side, const Transport &transport, const Kind &kind, size_t stations) {
-  repeat_for(seconds_each_round, [&] {
-    const string request = kind.request(side.latencies.size(), stations);
-    add_time(side.latencies, wall_seconds, [&] { transport.ask(side, request); });
+// For this process and those that it starts.
+void stay_on_one_processor() {
+  cpu_set_t processors;
+  CPU_ZERO(&processors);
+  CPU_SET(static_cast<size_t>(sched_getcpu()), &processors);
+  if (sched_setaffinity(0, sizeof processors, &processors) != 0)
+    throw std::runtime_error(string("cannot stay on one processor: ") + strerror(errno));
+}
+
+void run_round(Side &side, const Transport &transport, const Request &kind, size_t stations,
+               Seconds seconds) {
+  Samples times;
+  repeat_for(seconds, [&] {
+    const string request = kind.text(side.number++, stations);
+    add_time(times, wall_seconds, [&] { transport.ask(side, request); });
+    require_success(side.reply, matches_of(kind, stations));
   });
+  side.rates.push_back(static_cast<double>(times.size()) / std::accumulate(times.begin(), times.end(), 0.0));
 }
 
-double per_second(const Samples &latencies) {
-  return static_cast<double>(latencies.size()) / std::accumulate(latencies.begin(), latencies.end(), 0.0);
-}
-
-string latency(const Samples &latencies) {
-  return duration(median(latencies)) + " / " + duration(percentile(latencies, 99));
-}
-
-void measure(const Kind &kind, const Transport &transport, size_t stations, Table &table) {
-  fprintf(stderr, "bench: measuring %s over %s with %zu instances\n", kind.name, transport.name, stations);
-  const size_t matches = kind.matches_all ? stations : 1;
-  Side agent{transport.agent}, echo{transport.echo};
-  transport.ask(agent, kind.request(0, stations));
-  require_success(agent.reply, matches);
-  const string reply = agent.reply;
-  const vorn::Descriptor listener = listen_at(echo.server);
-  const Child server([&]() noexcept {
-    while (true) {
-      Connection client{vorn::Descriptor(accept(listener.get(), nullptr, nullptr))};
-      transport.serve_echo(client, reply);
-    }
-  });
-  for (size_t round = 0; round < rounds; ++round) {
-    run_round(agent, transport, kind, stations);
-    run_round(echo, transport, kind, stations);
-  }
-  transport.ask(agent, kind.request(1, stations));
-  require_success(agent.reply, matches);
-  const double ours = per_second(agent.latencies), theirs = per_second(echo.latencies);
-  table.push_back({string(kind.name) + ", " + transport.name, grouped(stations),
-                   bytes(static_cast<double>(reply.size())), grouped(ours), grouped(theirs),
-                   with_decimals(theirs / ours, 1), latency(agent.latencies), latency(echo.latencies)});
-}
-
-void measure_agent(const string &program, size_t stations, Table &requests, Table &memory) {
-  write_config(stations);
-  fprintf(stderr, "bench: starting the agent with %zu instances; it answers after 5 seconds\n", stations);
-  const Child agent([&] { execute_agent(program); });
-  wait_until_the_agent_answers();
-  const double started = resident_memory(agent.pid);
-  for (const Kind &kind : kinds)
-    for (const Transport &transport : transports) measure(kind, transport, stations, requests);
-  memory.push_back(
-      {grouped(stations), bytes(started), bytes(resident_memory(agent.pid)), bytes(peak_memory(agent.pid))});
-}
-
-void measure_and_report(const string &program, const string &plugin) {
-  constexpr char plugins[] = "/usr/lib/vorn/plugins";
-  std::filesystem::create_directories(plugins);
-  std::filesystem::copy(plugin, plugins, std::filesystem::copy_options::overwrite_existing);
-  Table requests{{"request", "instances", "reply", "agent, req/s", "echo, req/s", "echo : agent",
-                  "agent, median / 99 %", "echo, median / 99 %"}};
-  Table memory{{"instances", "agent after start", "agent after all requests", "its peak"}};
-  for (const size_t stations : all_sizes) measure_agent(program, stations, requests, memory);
-  puts("\n## Requests over the agent's sockets\n");
-  print(requests);
-  puts(R"(
-One client, one request at a time; on the local socket each request has a connection of its own, on TCP all
-share one. The echo server does the same with its sockets, blocking and without an event loop, and answers
-with a fixed text of the reply's size. The two take turns. An agent starts to answer 5 seconds after its
-start, by design; no figure has these seconds in it.
-
-## The agent's memory
-)");
-  print(memory);
-  puts("\nResident (VmRSS) and peak (VmHWM).");
+void measure(const Request &kind, const Transport &transport, size_t stations, Seconds seconds,
+             Figures &figures) {
+  const Content content = content_of(kind, stations);
+  Side agent{transport.agent}, reference{transport.reference};
+  const vorn::Descriptor listener(transport.listen());
+  const Child server([&]() noexcept { serve(listener.get(), transport.is_local, content); });
+  for (Side *side : {&agent, &reference}) transport.ask(*side, kind.text(0, stations));
+  if (agent.reply != reference.reply)
+    throw std::runtime_error("the replies of the agent and the reference differ");
+  const string name = over(kind.name, transport.name);
+  figures[name + ", reply"] = static_cast<double>(agent.reply.size());
+  for (size_t round = 0; round < rounds; ++round)
+    for (Side *side : {&agent, &reference})
+      run_round(*side, transport, kind, stations, seconds / static_cast<double>(rounds));
+  figures[name] = median(agent.rates);
+  figures[by_libxml2(name)] = median(reference.rates);
 }
 
 } // namespace
 
-int main(int argc, char **argv) {
-  if (argc != 3) {
-    fputs("Usage: bench_sockets AGENT PLUGIN\n", stderr);
-    return 2;
-  }
-  return run_on_device([&] { measure_and_report(argv[1], argv[2]); });
+Figures measure_sockets(size_t stations, Seconds seconds) {
+  constexpr char plugins[] = "/usr/lib/vorn/plugins";
+  std::filesystem::create_directories(plugins);
+  std::filesystem::copy(BENCH_PLUGIN, plugins, std::filesystem::copy_options::overwrite_existing);
+  stay_on_one_processor();
+  const Child agent([&] { execute_agent(BENCH_AGENT); });
+  wait_until_the_agent_answers();
+  Figures figures;
+  for (size_t i = 0; i < socket_request_count; ++i)
+    for (const Transport &transport : transports) measure(requests[i], transport, stations, seconds, figures);
+  return figures;
 }
+
+} // namespace bench

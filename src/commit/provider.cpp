@@ -1,5 +1,6 @@
 #include "commit/provider.hpp"
 
+#include "commit/activity.hpp"
 #include "commit/commit_info.hpp"
 #include "core/guard.hpp"
 #include "core/refuse.hpp"
@@ -33,6 +34,7 @@ void vorn_provider_commit(vorn_provider *provider, vorn_instances *after, vorn_c
   }
   if (!provider->commit) return;
   vorn_commit_info info = {vorn_changes_get_before(changes), after, changes, actions, provider->commit_data};
+  const vorn::ProviderCall call(provider->name.c_str());
   provider->commit(&info);
 }
 
@@ -42,7 +44,9 @@ void vorn_provider_refresh(vorn_provider *provider, vorn_refresh_info *info) noe
     return;
   }
   vorn_refresh_info_set_data(info, provider->refresh_data);
-  if (provider->refresh) provider->refresh(info);
+  if (!provider->refresh) return;
+  const vorn::ProviderCall call(provider->name.c_str());
+  provider->refresh(info);
 }
 
 int vorn_provider_is_valid(const vorn_provider *provider) noexcept {

@@ -14,7 +14,8 @@ struct _xmlNode;
 VORN_API vorn_instances *vorn_config_get_running(void) VORN_NOEXCEPT;
 
 /* Makes `instances` the running configuration, which the agent then owns, and frees the earlier one with all
- * its instances; null, and the running one itself, change nothing. Returns the running configuration. */
+ * its instances; null, and the running one itself, change nothing. Refused, which is logged, while a request,
+ * a commit or a load is under way: `instances` then stays the caller's. Returns the running configuration. */
 VORN_API vorn_instances *vorn_config_replace_running(vorn_instances *instances) VORN_NOEXCEPT;
 
 /* Writes the persistent part of the running configuration to the file `path`, in place. Returns 0, or 1 with
@@ -30,7 +31,8 @@ VORN_API int vorn_config_copy_running_to_startup(void) VORN_NOEXCEPT;
 /* Loads the startup file as a new running configuration and commits it; the earlier one is not freed. A file
  * that cannot be read is first replaced by the default or the rescue file, but not when memory is short. What
  * is wrong in the file is reported and left out. Returns 1 when no file could be read, else 0, also when
- * memory ran out, which is logged; in both cases the running configuration stays as it was. */
+ * memory ran out, which is logged; in both cases the running configuration stays as it was. Refused with 1,
+ * which is logged, while a request, a commit or a load is under way. */
 VORN_API int vorn_config_copy_startup_to_running(void) VORN_NOEXCEPT;
 
 /* Counts this boot as failed, and has the loop confirm it 20 seconds later. After five boots in a row that
@@ -61,7 +63,8 @@ VORN_API int vorn_config_copy_rescue_to_default(void) VORN_NOEXCEPT;
 
 /* Loads the backup file "/etc/config/backup_config.xml" as a new running configuration and commits it; the
  * earlier one is not freed. Returns 0, also when the file cannot be read, which is logged, or memory runs
- * out; then nothing changes. */
+ * out; then nothing changes. Refused with 1, which is logged, while a request, a commit or a load is under
+ * way. */
 VORN_API int vorn_config_copy_backup_to_running(void) VORN_NOEXCEPT;
 
 /* Returns the name of the class to instantiate for an element of a configuration document or an insert: for

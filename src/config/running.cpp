@@ -1,5 +1,6 @@
 #include "config/running.hpp"
 
+#include "commit/activity.hpp"
 #include "config/config.h"
 #include "core/refuse.hpp"
 #include "model/instances.h"
@@ -10,6 +11,12 @@ const char *refusal = nullptr; // why it is not saved
 } // namespace
 
 void vorn::set_running(vorn_instances *instances) { running = instances; }
+
+void vorn::replace_running(vorn_instances *instances) noexcept {
+  if (!instances || instances == running) return;
+  vorn_instances_delete_all(running);
+  running = instances;
+}
 
 void vorn::refuse_saving(const char *reason) noexcept {
   refusal = reason;
@@ -23,7 +30,9 @@ bool vorn::may_be_saved() noexcept {
 vorn_instances *vorn_config_get_running() noexcept { return running; }
 
 vorn_instances *vorn_config_replace_running(vorn_instances *instances) noexcept {
-  if (!instances || instances == running) return running;
-  vorn_instances_delete_all(running);
-  return running = instances;
+  if (instances && instances != running && vorn::is_busy())
+    vorn::refuse_nested("The running configuration cannot be replaced within a request, a commit or a load.");
+  else
+    vorn::replace_running(instances);
+  return running;
 }

@@ -1,4 +1,5 @@
 // The startup file: the copy of the running configuration that survives a reboot.
+#include "commit/activity.hpp"
 #include "config/config.h"
 #include "config/config_reader.hpp"
 #include "config/paths.hpp"
@@ -44,6 +45,10 @@ vorn::ReadConfig fall_back() {
   return vorn::open_config(startup_path);
 }
 
+int refuse_load() {
+  return vorn::refuse_nested("A configuration cannot be loaded within a request, a commit or a load.");
+}
+
 } // namespace
 
 int vorn_config_copy_running_to_startup() noexcept {
@@ -54,6 +59,8 @@ int vorn_config_copy_running_to_startup() noexcept {
 }
 
 int vorn_config_copy_startup_to_running() noexcept {
+  if (vorn::is_busy()) return refuse_load();
+  const vorn::ActivityScope loading;
   const vorn::MemoryWatch memory;
   check_schema();
   vorn::ReadConfig file = vorn::open_startup();
@@ -67,6 +74,8 @@ int vorn_config_copy_startup_to_running() noexcept {
 }
 
 int vorn_config_copy_backup_to_running() noexcept {
+  if (vorn::is_busy()) return refuse_load();
+  const vorn::ActivityScope loading;
   vorn::ReadConfig file = vorn::open_config(backup_path);
   if (file.draft) vorn::load_config(std::move(file.draft));
   return 0;

@@ -50,6 +50,10 @@ constexpr size_t max_evaluation_steps = 20'000'000;
 // How long an evaluation may take, plugins' functions not counted: watchdogs wait a few times as long.
 constexpr unsigned max_evaluation_seconds = 10;
 
+// Requests within one another, which providers send while they are called: a few have a reason, and more are
+// one that ends up in itself. All of them fit into a small part of a stack.
+constexpr unsigned max_nested_requests = 16;
+
 // Parts of "where" expressions that are logged as unknown, for each request.
 constexpr size_t max_logged_unknown = 16;
 

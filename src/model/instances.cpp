@@ -70,12 +70,17 @@ void tell_will_join(vorn_instances &instances, ClassStore &store, vorn_instance 
   }
 }
 
-void remove_from(vorn_instances &instances, ClassStore &store, vorn_instance &instance) {
+void tell_will_leave(vorn_instances &instances, vorn_instance &instance) {
   Watcher::before_change([&](Watcher &watcher) { watcher.will_leave(instances, instance); });
+}
+
+// What may fail has been done.
+void remove_from(vorn_instances &instances, ClassStore &store, vorn_instance &instance) {
   const bool plain = !instances.source;
   vorn_instance *predecessor = plain ? static_cast<PlainStore &>(store).predecessor(instance) : nullptr;
   store.remove(&instance);
   tell_has_left(instances, instance, predecessor);
+  tell_listener(instances, instance, VORN_INSTANCES_REMOVED);
 }
 
 // Drops a class's store, with or without its instances. An abstract class never has one.
@@ -163,13 +168,13 @@ vorn_instance &vorn::own(vorn_instances &instances, vorn_instance &shown) {
 void vorn::prepare_deletion(vorn_instances &instances, vorn_instance &shown) {
   if (instances.overlay) instances.overlay->store_for(*shown.cls);
   if (instances.overlay) instances.overlay->overlay_store(*shown.cls)->prepare_removal(shown);
+  tell_will_leave(instances, shown);
 }
 
-bool vorn::delete_shown(vorn_instances &instances, vorn_instance &shown) noexcept {
+void vorn::delete_prepared(vorn_instances &instances, vorn_instance &shown) noexcept {
   const bool shared = instances.overlay && instances.overlay->origin_of(shown) == &shown;
-  if (vorn_instances_remove(&instances, &shown) != 0) return false;
+  remove_from(instances, *instances.store(*shown.cls), shown);
   if (!shared) vorn_instance_delete(&shown);
-  return true;
 }
 
 vorn_instances *vorn_instances_new() noexcept {
@@ -231,8 +236,8 @@ int vorn_instances_remove(vorn_instances *instances, vorn_instance *instance) no
   return guarded(1, [&] {
     ClassStore *store = instances->store(*instance->cls);
     if (!store || !store->contains(*instance)) return 1;
+    tell_will_leave(*instances, *instance);
     remove_from(*instances, *store, *instance);
-    tell_listener(*instances, *instance, VORN_INSTANCES_REMOVED);
     return 0;
   });
 }

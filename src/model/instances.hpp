@@ -94,9 +94,8 @@ std::optional<vorn_instances_iterator> walk_group(const vorn_instances *instance
 // The collection's own instance where a walk shows one. Throws std::bad_alloc.
 vorn_instance &own(vorn_instances &instances, vorn_instance &shown);
 
-// Deletion of an instance that a walk shows, in two steps: what may fail, and what may not. The first throws
-// std::bad_alloc; the second returns whether there was one.
+// Deletion of an instance that a walk shows, in two steps: what throws std::bad_alloc, and what cannot fail.
 void prepare_deletion(vorn_instances &instances, vorn_instance &shown);
-bool delete_shown(vorn_instances &instances, vorn_instance &shown) noexcept;
+void delete_prepared(vorn_instances &instances, vorn_instance &shown) noexcept;
 
 } // namespace vorn

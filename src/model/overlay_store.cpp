@@ -118,7 +118,7 @@ vorn_instance *OverlayStore::origin_of(vorn_instance &own) const noexcept {
 }
 
 bool OverlayStore::extends_group(const char *name) const noexcept {
-  if (!in_place_.find(name) || !added_->table_group_cursor(name).peek()) return false;
+  if (in_place_.empty() || !in_place_.find(name) || !added_->table_group_cursor(name).peek()) return false;
   PlainStore *store = below();
   return store && store->table_group_cursor(name).peek();
 }

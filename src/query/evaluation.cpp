@@ -1,8 +1,10 @@
 #include "query/evaluation.hpp"
 
+#include "commit/activity.hpp"
 #include "commit/changes.h"
 #include "commit/providers.h"
 #include "config/config.h"
+#include "config/running.hpp"
 #include "core/debug.h"
 #include "model/overlay.hpp"
 #include "notify/request_state.hpp"
@@ -17,6 +19,8 @@ namespace {
 bool external_updates_prohibited = false;
 
 constexpr char incomplete[] = "Incomplete lsql request.";
+constexpr char nested_transaction[] =
+    "A write-transaction cannot be nested in a request, a commit or a load.";
 
 using Changes = std::unique_ptr<vorn_changes, Closer<vorn_changes_delete>>;
 using RefreshInfo = std::unique_ptr<vorn_refresh_info, Closer<vorn_refresh_info_delete>>;
@@ -29,6 +33,7 @@ public:
 
 private:
   bool is_acceptable(const xmlNode &root);
+  bool may_replace_running(const xmlNode &first);
   bool refuse(const char *text);
   const xmlNode *choose_target(const xmlNode &root);
   void start_recording();
@@ -42,6 +47,8 @@ private:
   const xmlNode *take_where(const xmlNode &element, Operation &operation);
   const xmlNode *end_request(size_t size, const char *format, const char *argument);
 
+  const bool nested_ = is_busy(); // before it is under way itself
+  ActivityScope activity_;
   RequestScope scope_;
   Budget budget_;
   Result result_{budget_};
@@ -74,7 +81,14 @@ bool Evaluation::is_acceptable(const xmlNode &root) {
   scope_.set_origin(origin);
   if (origin && external_updates_prohibited) return refuse("External updates are prohibited.");
   if (!root.children) return refuse(incomplete);
-  return true;
+  return may_replace_running(*root.children);
+}
+
+// The one around it, and whoever walks the running configuration, would go on with one that is freed.
+bool Evaluation::may_replace_running(const xmlNode &first) {
+  if (!nested_ || context_.passive || !is_named(&first, "write-transaction")) return true;
+  refuse_nested(nested_transaction);
+  return refuse(nested_transaction);
 }
 
 bool Evaluation::refuse(const char *text) {
@@ -141,7 +155,7 @@ bool Evaluation::replace_running() {
     return false;
   }
   copy_->overlay->apply(*copy_);
-  vorn_config_replace_running(copy_.release());
+  vorn::replace_running(copy_.release());
   return true;
 }
 
@@ -224,6 +238,7 @@ const xmlNode *Evaluation::end_request(size_t size, const char *format, const ch
 void prohibit_external_updates() { external_updates_prohibited = true; }
 
 CString evaluate_request(const xmlDoc &request, bool passive) {
+  if (!may_nest()) return refusal_result(nested_too_deeply);
   return Evaluation(passive).run(*xmlDocGetRootElement(&request));
 }
 

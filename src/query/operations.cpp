@@ -189,14 +189,11 @@ void remove(Context &context, Operation &operation) {
     return true;
   });
   context.budget.check_time();
-  for (vorn_instance *instance : matches) {
-    prepare_deletion(*context.target, *instance);
-    vorn_changes_instance_deleted(context.changes, instance);
-  }
+  for (vorn_instance *instance : matches) prepare_deletion(*context.target, *instance);
   expect_memory(context);
   context.irrevocable = true;
-  for (vorn_instance *instance : matches)
-    if (delete_shown(*context.target, *instance)) ++operation.counter;
+  for (vorn_instance *instance : matches) delete_prepared(*context.target, *instance);
+  operation.counter = static_cast<unsigned>(matches.size());
 }
 
 // Makes an instance of an element; null, with the error added, when it is refused.

@@ -1,5 +1,6 @@
 #include "query/query.h"
 
+#include "commit/activity.hpp"
 #include "commit/providers.h"
 #include "config/config.h"
 #include "core/debug.h"
@@ -73,6 +74,8 @@ char *vorn_query_eval_passive(const char *request) noexcept { return evaluate(re
 
 int vorn_query_action(const char *provider, const char *action, const char *class_name,
                       const char *instance_name) noexcept {
+  if (!vorn::may_nest()) return 1;
+  const vorn::ActivityScope acting;
   vorn_instances *running = vorn_config_get_running();
   vorn_changes *changes = vorn_changes_new(running);
   if (!changes) return 1;

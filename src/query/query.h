@@ -11,16 +11,19 @@ VORN_BEGIN_DECLS
  * document as text; the caller frees it with xmlFree or free(3). Null when the request is null or not valid,
  * which is logged, or memory runs out for the reply. Errors of the request stand in the result, also that it
  * is too long or too expensive, or that memory ran out: then it has changed nothing, or, with several
- * operations outside of a transaction, only what those before the one at fault have changed. */
+ * operations outside of a transaction, only what those before the one at fault have changed. Two are logged
+ * with the provider being called: a transaction while a request, a commit or a load is under way, and a
+ * request while 16 are. */
 VORN_API char *vorn_query_eval(const char *request) VORN_NOEXCEPT;
 
 /* Evaluates a request in passive mode: properties that clients may not write can be set, and nothing is
- * committed. This is how plugins store what they have read from the system. Returns as vorn_query_eval. */
+ * committed, so that a transaction is never refused. This is how plugins store what they have read from the
+ * system. Returns as vorn_query_eval. */
 VORN_API char *vorn_query_eval_passive(const char *request) VORN_NOEXCEPT;
 
 /* Runs a commit in which nothing has changed. The action does not reach the providers, deliberately: they get
- * an empty set. Returns 0, or 1 when there is no running configuration, which is logged, or memory runs
- * out. */
+ * an empty set. Returns 0, or 1 when there is no running configuration or 16 requests are under way, each of
+ * which is logged, or memory runs out. */
 VORN_API int vorn_query_action(const char *provider, const char *action, const char *class_name,
                                const char *instance_name) VORN_NOEXCEPT;
 

@@ -119,25 +119,31 @@ TEST_F(Changes, DisplaceListenersWhenTheyBeginAndWhenTheyEnd) {
 }
 
 // A refresh may evaluate a passive request while the outer request's recorder is at work.
-TEST_F(Changes, TheOuterRecorderListensAgainWhenTheInnerOneEnds) {
-  vorn_instance *a = add(all, "radio", "a");
+TEST_F(Changes, BelongToTheInnermostRecorder) {
+  vorn_instance *a = add(all, "radio", "a", {{"mode", "old"}});
   vorn_instance *gone = add(all, "radio", "gone");
+  vorn_instance *mine = nullptr;
   record();
+  mine = add(all, "radio", "mine");
   vorn_instance_set_value(gone, "mode", "1");
   vorn_changes *inner = vorn_changes_new(all);
   vorn_instance_set_value(a, "mode", "1");
   remove(gone);
+  remove(mine);
   vorn_instance *fresh = add(all, "radio", "fresh");
   EXPECT_EQ(vorn_changes_contains_property(inner, a, "mode"), 1);
+  EXPECT_EQ(names(vorn_changes_new_deleted_class_instances_iterator(inner, "radio")), "radio:gone,radio:mine");
   vorn_changes_delete(inner);
-  EXPECT_EQ(changed("radio"), "radio:fresh"); // values were the inner one's; who is there concerns both
-  EXPECT_EQ(deleted("radio"), "radio:gone");
+  EXPECT_EQ(changed("radio") + deleted("radio"), "");
+  EXPECT_EQ(vorn_changes_contains_instance(changes, a), 0);
   vorn_instance_set_value(a, "power", "1");
   vorn_instance_set_value(fresh, "power", "1");
   add(all, "radio", "later");
-  EXPECT_EQ(changed("radio"), "radio:fresh,radio:a,radio:later");
-  EXPECT_EQ(properties(a), "power ");
-  EXPECT_EQ(properties(fresh), "");
+  EXPECT_EQ(changed("radio"), "radio:a,radio:fresh,radio:later");
+  EXPECT_EQ(properties(a) + properties(fresh), "power power ");
+  EXPECT_EQ(vorn_changes_get_instance_before(changes, fresh), nullptr);
+  EXPECT_STREQ(vorn_instance_get_value(vorn_changes_get_instance_before(changes, a), "mode"), "old");
+  EXPECT_EQ(all_names(vorn_changes_get_before(changes)), "radio:a,radio:gone");
 }
 
 TEST_F(Changes, RecordersMayEndOutOfTurn) {

@@ -1,4 +1,5 @@
 // What becomes of the configuration when the agent dies, or the system fails it, in the middle of a save.
+#include "commit/providers.h"
 #include "common/log.hpp"
 #include "common/schema.hpp"
 #include "config/config.h"
@@ -301,6 +302,42 @@ TEST_F(Save, WithinItsLimitsLosesNothing) {
   clean();
   EXPECT_EQ(save_behind([] { limit(RLIMIT_FSIZE, 10000); }), 1);
   EXPECT_FALSE(exists(vorn::startup_path)); // there was none
+}
+
+// Each of its callers asks for further loads; the commit saves.
+string loads_refused;
+int save_result = -1;
+
+void load_again() {
+  loads_refused += std::to_string(vorn_config_copy_startup_to_running());
+  loads_refused += std::to_string(vorn_config_copy_backup_to_running());
+}
+
+int load_again_and_save(vorn_commit_info *) {
+  load_again();
+  return save_result = vorn_config_copy_running_to_startup();
+}
+
+TEST_F(Save, InTheCommitOfALoadWorksAndAnotherLoadDoesNot) {
+  for (const auto load : {vorn_config_copy_startup_to_running, vorn_config_copy_backup_to_running}) {
+    put("<config><system><host>a</host></system></config>", "");
+    write_file(vorn::backup_path, read_file(vorn::startup_path));
+    EXPECT_EQ(run_in_child([&] {
+                add_all_kinds();
+                vorn_property_set_is_valid_fn(vorn_class_get_property(vorn_classes_get("system"), "host"),
+                                              [](const char *) { return load_again(), 1; });
+                vorn_provider *provider = vorn_provider_new("p");
+                vorn_provider_set_commit_fn(provider, load_again_and_save, nullptr);
+                vorn_providers_add(provider);
+                vorn_providers_done_adding();
+                return load() == 0 && save_result == 0 && loads_refused == "1111" ? 0 : 1;
+              }),
+              0);
+    const string line = "A configuration cannot be loaded within a request, a commit or a load.\n";
+    const string check = "vorn: " + line, commit = "vorn: Provider \"p\": " + line;
+    EXPECT_EQ(log.take(), check + check + commit + commit);
+    EXPECT_EQ(read_file(vorn::startup_path), config("a", 0));
+  }
 }
 
 TEST_F(Save, OfAFileThatWasCutOffIsFinishedAtTheNextBootOnly) {
