@@ -22,8 +22,8 @@ public:
     CString fault; // in its place: why it can be no instance, without a line end
   };
 
-  // Without `keep` it only sees whether the file is a configuration.
-  explicit ConfigDraft(bool keep = true) noexcept : keep_(keep) {}
+  // Without `keep` it only sees whether the file is a configuration. Throws std::bad_alloc.
+  explicit ConfigDraft(bool keep = true) : keep_(keep) {}
 
   void begin(std::string_view root) override;
   void take(const Record &record) override;
