@@ -391,11 +391,11 @@ void World::write(const std::string &path, const std::string &bytes) {
 }
 
 bool World::load(const std::string &path) {
-  XmlDocument document = open_config(path.c_str()).document;
-  if (!document) return false;
+  ReadConfig file = open_config(path.c_str());
+  if (!file.draft) return false;
   vorn_instances *before = vorn_config_get_running();
   before_commit = "";
-  require(load_config(std::move(document)) == 0, "a configuration is loaded");
+  require(load_config(std::move(file.draft)) == 0, "a configuration is loaded");
   before_commit.reset();
   vorn_instances_delete_all(before);
   return true;

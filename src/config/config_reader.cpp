@@ -4,69 +4,42 @@
 #include "commit/providers.h"
 #include "config/config.h"
 #include "config/running.hpp"
+#include "core/guard.hpp"
 #include "core/log_text.hpp"
 #include "core/memory_watch.hpp"
 #include "core/refuse.hpp"
 #include "model/classes.hpp"
 #include "model/instances.hpp"
-#include "xml/nodes.hpp"
-#include <libxml/parser.h>
-#include <malloc.h>
+#include <iterator>
+#include <vector>
 
 namespace {
 
+using vorn::ConfigDraft;
 using vorn::CString;
-using vorn::element_text;
-using vorn::node_name;
+using vorn::FileState;
 using vorn::or_null;
 using vorn::OwnedInstance;
+using vorn::OwnedInstances;
 using vorn::refuse_aloud;
-using vorn::XmlDocument;
+using vorn::Value;
 
-constexpr char root_name[] = "config";
-
-const xmlNode *find_child(const xmlNode &element, const char *name) {
-  for (const xmlNode *child = vorn::first_child(element); child; child = child->next)
-    if (child->type == XML_ELEMENT_NODE && vorn::is_named(child, name)) return child;
-  return nullptr;
-}
-
-// The subclass that an element of an abstract class names by its identifier property.
-const char *subclass_name(const vorn_class &cls, const xmlNode &element) {
-  const char *name = cls.name.c_str();
-  const char *property = cls.subclass_identifier ? cls.subclass_identifier->name.c_str() : "(null)";
-  const xmlNode *identifier = find_child(element, property);
-  if (!identifier)
-    return refuse_aloud("Instance of class \"%s\" does not contain a subclass identifier property \"%s\".\n",
-                        name, property);
-  const char *value = element_text(*identifier);
-  if (!value)
-    return refuse_aloud("Instance of class \"%s\" subclass identifier property \"%s\" has a null value.\n",
-                        name, property);
-  const vorn_class *subclass = vorn_classes_get(value);
-  if (!subclass)
-    return refuse_aloud("Instance of class \"%s\" subclass identifier property \"%s\" value is an "
-                        "unknown class \"%s\".\n",
-                        name, property, vorn::Excerpt(value).get());
-  if (!subclass->superclass_name || *subclass->superclass_name != name)
-    return refuse_aloud("Instance of class \"%s\" subclass identifier property \"%s\" value is \"%s\", "
-                        "which is not a subclass of \"%s\".\n",
-                        name, property, value, name);
-  return value;
-}
-
-void load_value(vorn_instance &instance, const xmlNode &element) {
-  const char *name = node_name(element);
+void load_value(vorn_instance &instance, const Value &value) {
+  const vorn_property *property = value.property();
   const char *class_name = instance.cls->name.c_str();
-  const char *text = element_text(element);
-  const char *value = text ? text : "";
-  const vorn_property *property = vorn_class_get_property(instance.cls, name);
   if (!property)
-    vorn_debug_eprintf("Property \"%s\" is not valid for class \"%s\" - skipping.\n", name, class_name);
-  else if (!vorn::keeps_class(instance, *property, value) ||
-           vorn_instance_set_value(&instance, name, value) != 0)
-    vorn_debug_eprintf("Value \"%s\" is not valid for property \"%s\" of class \"%s\" - skipping.\n", value,
-                       name, class_name);
+    vorn_debug_eprintf("Property \"%s\" is not valid for class \"%s\" - skipping.\n", value.text(),
+                       class_name);
+  else if (!vorn::keeps_class(instance, *property, value.text()) || vorn::set_value(instance, value) != 0)
+    vorn_debug_eprintf("Value \"%s\" is not valid for property \"%s\" of class \"%s\" - skipping.\n",
+                       value.text(), property->name.c_str(), class_name);
+}
+
+// Sets what was drafted, as if it came one by one. Throws std::bad_alloc.
+void load_values(vorn_instance &instance, std::vector<Value> &drafts) {
+  drafts.assign(std::move_iterator(instance.values.begin()), std::move_iterator(instance.values.end()));
+  instance.values.clear();
+  for (const Value &draft : drafts) load_value(instance, draft);
 }
 
 // Checks the instance and adds it; what is refused is freed.
@@ -83,35 +56,30 @@ void add_instance(vorn_instances &running, vorn_changes &changes, OwnedInstance 
     vorn_changes_instance_inserted(&changes, instance.release());
 }
 
-void load_instance(vorn_instances &running, vorn_changes &changes, const xmlDoc &document,
-                   const xmlNode &element) {
-  const char *class_name = vorn_config_get_class_name(&document, &element);
-  if (!class_name) return;
-  const char *name = vorn_util_xmlGetProp(&element, "name");
-  OwnedInstance instance(vorn_instance_new(vorn_classes_get(class_name), name));
-  if (!instance) {
-    vorn_debug_eprintf("Bad instance name \"%s\" of class \"%s\"- skipping.\n", or_null(name), class_name);
+void load_element(vorn_instances &running, vorn_changes &changes, ConfigDraft::Element element,
+                  std::vector<Value> &drafts) {
+  if (element.fault) {
+    vorn_debug_eprintf("%s\n", element.fault.get());
     return;
   }
-  for (const xmlNode *child = vorn::first_child(element); child; child = child->next)
-    if (child->type == XML_ELEMENT_NODE) load_value(*instance, *child);
-  add_instance(running, changes, std::move(instance));
+  vorn_instance &instance = *element.instance;
+  if (!vorn::may_be_instance(*instance.cls, instance.name)) {
+    vorn_debug_eprintf("Bad instance name \"%s\" of class \"%s\"- skipping.\n", or_null(instance.name),
+                       instance.cls->name.c_str());
+    return;
+  }
+  load_values(instance, drafts);
+  add_instance(running, changes, std::move(element.instance));
 }
 
-void load_instances(vorn_instances &running, vorn_changes &changes, const xmlDoc &document) {
-  const xmlNode *root = xmlDocGetRootElement(&document);
-  for (const xmlNode *child = root->children; child; child = child->next)
-    if (child->type == XML_ELEMENT_NODE) load_instance(running, changes, document, *child);
-}
-
-// Frees the document, whole. Freed node by node while the instances are made, it would leave these scattered
-// over the holes for good: measured, twice the memory after loading, and three times the time of every later
-// request.
-void free_document(XmlDocument document) {
-  document.reset();
-#ifdef __GLIBC__
-  malloc_trim(0); // its pages, too
-#endif
+// Memory that runs out costs an element.
+void load_elements(vorn_instances &running, vorn_changes &changes, ConfigDraft &draft) {
+  std::vector<Value> drafts; // one for all instances
+  while (!draft.empty())
+    vorn::guarded(false, [&] {
+      load_element(running, changes, draft.next(), drafts);
+      return true;
+    });
 }
 
 // Every singleton class has its instance, whether the file has one or not.
@@ -125,50 +93,43 @@ void add_singletons(vorn_instances &running, vorn_changes &changes) {
   }
 }
 
-bool has_right_root(const xmlDoc &document) {
-  const xmlNode *root = xmlDocGetRootElement(&document);
-  if (!root) return refuse_aloud("Empty document.\n");
-  return vorn::is_named(root, root_name) ||
-         refuse_aloud("Document of the wrong type: root node is not \"%s\".", root_name);
+vorn::ReadConfig read_config(const char *path, bool keep) {
+  vorn::ReadConfig config;
+  config.draft =
+      vorn::guarded(std::unique_ptr<ConfigDraft>(), [&] { return std::make_unique<ConfigDraft>(keep); });
+  const FileState state = config.draft ? vorn::read_records(path, *config.draft) : FileState::undecided;
+  config.undecided = state == FileState::undecided;
+  if (state == FileState::whole && config.draft->has_right_root()) return config;
+  config.draft.reset();
+  if (state == FileState::undecided)
+    vorn_debug_eprintf("Config not read: no memory, or no descriptor.\n");
+  else if (state == FileState::faulty)
+    vorn_debug_eprintf("Config not parsed successfully.\n");
+  else
+    vorn_debug_eprintf("Document of the wrong type: root node is not \"%s\".", ConfigDraft::root_name);
+  return config;
 }
 
 } // namespace
 
-vorn::ParsedFile vorn::open_config(const char *path) noexcept {
-  ParsedFile file;
-  if (!path) {
-    vorn_debug_eprintf("Config filename is null.\n");
-    return file;
-  }
-  file = parse_file(path);
-  if (file.undecided)
-    vorn_debug_eprintf("Config not read: no memory, or no descriptor.\n");
-  else if (!file.document)
-    vorn_debug_eprintf("Config not parsed successfully.\n");
-  else if (!has_right_root(*file.document))
-    file.document.reset();
-  return file;
+vorn::ReadConfig vorn::open_config(const char *path) noexcept {
+  if (path) return read_config(path, true);
+  return {refuse_aloud("Config filename is null.\n")};
 }
 
-int vorn::load_config(XmlDocument document) noexcept {
+bool vorn::is_config(const char *path) noexcept { return read_config(path, false).draft != nullptr; }
+
+int vorn::load_config(std::unique_ptr<ConfigDraft> draft) noexcept {
   const MemoryWatch memory;
   OwnedInstances running(vorn_instances_new());
   vorn_changes *changes = running ? vorn_changes_new(running.get()) : nullptr;
   if (!changes) return refuse_aloud("No memory to load the configuration.\n");
   set_running(running.get());
-  load_instances(*running, *changes, *document);
-  free_document(std::move(document));
+  load_elements(*running, *changes, *draft);
+  draft.reset();
   add_singletons(*running, *changes);
   if (memory.has_failed()) refuse_saving("memory ran out while it was loaded");
   vorn_providers_commit(running.release(), changes, nullptr);
   vorn_changes_delete(changes);
   return 0;
-}
-
-const char *vorn_config_get_class_name(const xmlDoc *, const xmlNode *element) noexcept {
-  if (!element) return nullptr;
-  const vorn_class *cls = vorn_classes_get(node_name(*element));
-  if (!cls)
-    return refuse_aloud("Instance has an unknown class \"%s\".\n", vorn::Excerpt(node_name(*element)).get());
-  return cls->abstract == 1 ? subclass_name(*cls, *element) : vorn::text_of(element->name);
 }

@@ -125,7 +125,7 @@ bool write_body() {
   unlink(body_path);
   if (!vorn::may_be_saved() || vorn_config_dump_running(body_path) != 0) return false;
   if (stat(body_path, &status) != 0) return refuse_aloud("Can't stat %s.\n", body_path);
-  return vorn::open_config(body_path).document != nullptr;
+  return vorn::is_config(body_path);
 }
 
 // Returns whether the checksum of the body could be made.

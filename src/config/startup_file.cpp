@@ -38,7 +38,7 @@ void check_schema() {
     vorn::refuse_saving("memory ran out while the plugins were loaded");
 }
 
-vorn::ParsedFile fall_back() {
+vorn::ReadConfig fall_back() {
   vorn::keep_startup();
   vorn_debug_eprintf("Unable to parse startup config - resetting to default.\n");
   vorn_config_copy_default_to_startup();
@@ -63,12 +63,12 @@ int vorn_config_copy_startup_to_running() noexcept {
   const vorn::ActivityScope loading;
   const vorn::MemoryWatch memory;
   check_schema();
-  vorn::ParsedFile file = vorn::open_startup();
-  if (!file.document && !file.undecided) file = fall_back();
-  if (!file.document && !file.undecided && !memory.has_failed())
+  vorn::ReadConfig file = vorn::open_startup();
+  if (!file.draft && !file.undecided) file = fall_back();
+  if (!file.draft && !file.undecided && !memory.has_failed())
     return vorn::refuse_aloud("Unable to read the default either.");
   // The file may be good: nothing replaces it, neither a fall-back nor what runs without it.
-  if (!file.document || vorn::load_config(std::move(file.document)) != 0)
+  if (!file.draft || vorn::load_config(std::move(file.draft)) != 0)
     vorn::refuse_saving("it could not be loaded");
   return 0;
 }
@@ -76,8 +76,8 @@ int vorn_config_copy_startup_to_running() noexcept {
 int vorn_config_copy_backup_to_running() noexcept {
   if (vorn::is_busy()) return refuse_load();
   const vorn::ActivityScope loading;
-  vorn::ParsedFile file = vorn::open_config(backup_path);
-  if (file.document) vorn::load_config(std::move(file.document));
+  vorn::ReadConfig file = vorn::open_config(backup_path);
+  if (file.draft) vorn::load_config(std::move(file.draft));
   return 0;
 }
 

@@ -1,6 +1,5 @@
 #include "config/startup_write.hpp"
 
-#include "config/config_reader.hpp"
 #include "config/in_place.hpp"
 #include "config/paths.hpp"
 #include "core/handles.hpp"
@@ -96,12 +95,12 @@ int replace_startup(std::string_view content) noexcept {
   return done ? 0 : refuse_write(reason);
 }
 
-ParsedFile open_startup() noexcept {
-  ParsedFile startup = open_config(startup_path);
-  if (startup.document) remove_copy(); // the save did not begin, or it ended
-  if (startup.document || startup.undecided || access(copy_path, F_OK) != 0) return startup;
-  ParsedFile copy = open_config(copy_path);
-  if (copy.document) {
+ReadConfig open_startup() noexcept {
+  ReadConfig startup = open_config(startup_path);
+  if (startup.draft) remove_copy(); // the save did not begin, or it ended
+  if (startup.draft || startup.undecided || access(copy_path, F_OK) != 0) return startup;
+  ReadConfig copy = open_config(copy_path);
+  if (copy.draft) {
     vorn_debug_eprintf("A save was cut off: the startup configuration is what it left in %s.\n", copy_path);
     finish_startup();
   }

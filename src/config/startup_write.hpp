@@ -11,7 +11,7 @@
 // Each step is on the disk before the next one begins.
 #pragma once
 
-#include "xml/parse_file.hpp"
+#include "config/config_reader.hpp"
 #include <string_view>
 
 namespace vorn {
@@ -20,7 +20,7 @@ namespace vorn {
 int replace_startup(std::string_view content) noexcept;
 
 // Reads the startup file, or, when it was cut off, its copy, which becomes the startup file.
-ParsedFile open_startup() noexcept;
+ReadConfig open_startup() noexcept;
 
 // Keeps the beginning of the startup file, which cannot be used, for whoever wants to see why.
 void keep_startup() noexcept;

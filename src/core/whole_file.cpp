@@ -2,8 +2,10 @@
 
 #include "core/guard.hpp"
 #include "core/handles.hpp"
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/stat.h>
 
 namespace vorn {
 
@@ -14,6 +16,9 @@ constexpr size_t block_size = 65536;
 // Throws std::bad_alloc.
 bool read_blocks(int fd, size_t limit, std::string &bytes) {
   bytes.clear();
+  struct stat status;
+  if (fstat(fd, &status) == 0 && S_ISREG(status.st_mode))
+    bytes.reserve(std::min(static_cast<size_t>(status.st_size), limit) + block_size);
   for (;;) {
     const size_t size = bytes.size();
     bytes.resize(size + block_size);

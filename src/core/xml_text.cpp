@@ -1,6 +1,7 @@
 #include "core/xml_text.hpp"
 
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cstring>
 #include <string_view>
@@ -29,21 +30,16 @@ template <size_t size> bool is_in(const Range (&ranges)[size], uint32_t characte
 }
 
 Decoded decode(const unsigned char *bytes) {
-  static constexpr struct {
-    unsigned char mask, lead;
-    uint32_t smallest; // what is smaller would have a shorter form
-  } forms[] = {{0x80, 0x00, 0}, {0xe0, 0xc0, 0x80}, {0xf0, 0xe0, 0x800}, {0xf8, 0xf0, 0x10000}};
-  for (size_t extra = 0; extra < 4; ++extra) {
-    const auto &form = forms[extra];
-    if ((bytes[0] & form.mask) != form.lead) continue;
-    uint32_t character = bytes[0] & static_cast<unsigned char>(~form.mask);
-    for (size_t i = 1; i <= extra; ++i) {
-      if ((bytes[i] & 0xc0) != 0x80) return {0, 0};
-      character = character << 6 | (bytes[i] & 0x3fu);
-    }
-    return {character, character >= form.smallest ? extra + 1 : 0};
+  static constexpr uint32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000}; // what is less has a shorter form
+  if (bytes[0] < 0x80) return {bytes[0], 1};
+  const auto length = static_cast<size_t>(std::countl_one(bytes[0]));
+  if (length < 2 || length > 4) return {0, 0};
+  uint32_t character = bytes[0] & (0x7fu >> length);
+  for (size_t i = 1; i < length; ++i) {
+    if ((bytes[i] & 0xc0) != 0x80) return {0, 0};
+    character = character << 6 | (bytes[i] & 0x3fu);
   }
-  return {0, 0};
+  return {character, character >= smallest[length] ? length : 0};
 }
 
 // What stands for a character that would be markup, or that a reader takes for other white space; null for

@@ -123,7 +123,10 @@ int vorn::set_value(vorn_instance &instance, Value value) noexcept {
   return guarded(1, [&] { return store_and_tell(instance, std::move(value)); });
 }
 
-bool vorn::name_fits(const vorn_class &cls, const char *name) {
+bool vorn::may_be_instance(const vorn_class &cls, const char *name) noexcept {
+  if (cls.abstract != 0)
+    return refuse_aloud("Cannot create instance of abstract class \"%s\".\n", cls.name.c_str());
+  if (cls.type < VORN_CLASS_SINGLETON || cls.type > VORN_CLASS_GROUP_NAMED) return false;
   const bool named = cls.type == VORN_CLASS_UNIQUE_NAMED || cls.type == VORN_CLASS_GROUP_NAMED;
   if (named == (name != nullptr)) return true;
   // The doubled word is part of the text.
@@ -134,10 +137,7 @@ bool vorn::name_fits(const vorn_class &cls, const char *name) {
 
 vorn_instance *vorn::new_instance(vorn_class *cls, const char *name, ValueRoom room) noexcept {
   if (!cls) return refuse_aloud("Null class.\n");
-  if (cls->abstract != 0)
-    return refuse_aloud("Cannot create instance of abstract class \"%s\".\n", cls->name.c_str());
-  if (cls->type < VORN_CLASS_SINGLETON || cls->type > VORN_CLASS_GROUP_NAMED) return nullptr;
-  if (!name_fits(*cls, name)) return nullptr;
+  if (!may_be_instance(*cls, name)) return nullptr;
   return guarded<vorn_instance *>(nullptr, [&] { return make_instance(*cls, name, room).release(); });
 }
 

@@ -67,7 +67,7 @@ void put_value(vorn_instance &instance, Value value);
 // Sets a value that make_value has made, as vorn_instance_set_value does. Returns 0 or 1 as that.
 int set_value(vorn_instance &instance, Value value) noexcept;
 
-// Whether an instance of the class may have this name, or none; logs why not.
-bool name_fits(const vorn_class &cls, const char *name);
+// Whether there may be an instance of the class with this name, or with none; logs why not.
+bool may_be_instance(const vorn_class &cls, const char *name) noexcept;
 
 } // namespace vorn

@@ -57,9 +57,11 @@ void Result::close_dataset() {
 
 void Result::add_element(const char *name, const char *value) {
   open(name);
-  if (value && *value && xml_can_carry(value)) {
-    complete_start_tag();
-    append_xml_text(text_, value);
+  const size_t head = text_.size();
+  if (value && *value) complete_start_tag();
+  if (tag_is_complete_ && !append_xml_text(text_, value)) {
+    text_.cut(head);
+    tag_is_complete_ = false;
   }
   close(name);
 }
@@ -75,11 +77,12 @@ void Result::begin_dataset() { open(dataset_ = "dataset"); }
 void Result::add_instance(const char *class_name, const char *name) {
   if (instance_) close(instance_);
   open(instance_ = class_name);
-  if (name && xml_can_carry(name)) {
-    text_ += " name=\"";
-    append_xml_attribute(text_, name);
+  const size_t head = text_.size();
+  if (name) text_ += " name=\"";
+  if (name && append_xml_attribute(text_, name))
     text_ += "\"";
-  }
+  else
+    text_.cut(head);
   charge();
 }
 

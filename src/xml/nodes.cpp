@@ -35,17 +35,26 @@ const char *element_text(const xmlNode &element) noexcept {
   return vorn_util_xmlNodeListGetString(element.doc, first_child(element), 1);
 }
 
-bool is_xml_characters(const char *text) noexcept {
-  while (*text) {
+namespace {
+
+// The end of the text, or what in it is no character of XML.
+const char *skip_xml_characters(const char *text) noexcept {
+  for (;;) {
+    while (static_cast<signed char>(*text) >= 0x20) ++text; // of ASCII
+    if (!*text) return text;
     const Decoded next = decode_utf8(text);
-    if (next.length == 0 || !is_xml_character(next.character)) return false;
+    if (next.length == 0 || !is_xml_character(next.character)) return text;
     text += next.length;
   }
-  return true;
 }
 
+} // namespace
+
+bool is_xml_characters(const char *text) noexcept { return !*skip_xml_characters(text); }
+
 bool xml_can_carry(const char *text) noexcept {
-  return is_xml_characters(text) && strlen(text) < XML_MAX_TEXT_LENGTH;
+  const char *end = skip_xml_characters(text);
+  return !*end && end - text < XML_MAX_TEXT_LENGTH;
 }
 
 xmlNode *add_element(xmlNode *parent, const char *name, const char *value) noexcept {

@@ -1,51 +1,24 @@
 #include "xml/parse_file.hpp"
 
-#include "core/guard.hpp"
 #include "core/limits.hpp"
+#include "core/memory_watch.hpp"
 #include "core/refuse.hpp"
 #include "core/whole_file.hpp"
+#include "xml/file_source.hpp"
 #include "xml/memory.hpp"
 #include "xml/nodes.hpp"
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <libxml/SAX2.h>
-#include <libxml/parser.h>
 
 namespace vorn {
 
 namespace {
 
 using Parser = std::unique_ptr<xmlParserCtxt, Closer<xmlFreeParserCtxt>>;
-using InputBuffer = std::unique_ptr<xmlParserInputBuffer, Closer<xmlFreeParserInputBuffer>>;
 
-// libxml2 reads what gzip and xz have compressed.
-bool is_compressed(const std::string &bytes) {
-  return bytes.starts_with("\x1f\x8b") || bytes.starts_with(std::string_view("\xfd"
-                                                                             "7zXZ\0",
-                                                                             6));
-}
-
-// Throws std::bad_alloc.
-bool expand(const char *path, std::string &bytes) {
-  const InputBuffer input(xmlParserInputBufferCreateFilename(path, XML_CHAR_ENCODING_NONE));
-  bytes.clear();
-  char block[4096];
-  int count = input ? 0 : -1;
-  while (input && (count = input->readcallback(input->context, block, sizeof block)) > 0) {
-    bytes.append(block, static_cast<size_t>(count));
-    if (bytes.size() > max_config_size) {
-      errno = EFBIG;
-      return false;
-    }
-  }
-  return count == 0;
-}
-
-bool read_file(const char *path, std::string &bytes) {
-  if (!read_whole(path, max_config_size, bytes)) return false;
-  return !is_compressed(bytes) || guarded(false, [&] { return expand(path, bytes); });
-}
+constexpr size_t piece_size = 4096;
 
 // Ends the parsing where the declaration stands, before anything is made of it.
 void refuse_declaration(xmlParserCtxt &parser, const char *what) {
@@ -70,9 +43,9 @@ void declare_attribute(void *data, const xmlChar *, const xmlChar *, int, int, c
 }
 
 // Hands a file to the parser in small pieces.
-struct Source {
+struct Feed {
   xmlParserCtxt *parser;
-  std::string_view rest;
+  FileSource &source;
   const char *path;
 };
 
@@ -85,44 +58,50 @@ bool collects_too_much(const xmlParserCtxt &parser) {
 }
 
 int read_piece(void *data, char *buffer, int size) {
-  Source &source = *static_cast<Source *>(data);
-  if (collects_too_much(*source.parser)) {
-    vorn_debug_eprintf("Too many attributes or namespaces in %s.\n", source.path);
-    source.parser->wellFormed = 0;
+  Feed &feed = *static_cast<Feed *>(data);
+  if (collects_too_much(*feed.parser)) {
+    vorn_debug_eprintf("Too many attributes or namespaces in %s.\n", feed.path);
+    feed.parser->wellFormed = 0;
     return -1;
   }
-  constexpr size_t piece_size = 4096;
-  const size_t length = source.rest.copy(buffer, std::min(piece_size, static_cast<size_t>(size)));
-  source.rest.remove_prefix(length);
-  return static_cast<int>(length);
+  return feed.source.read(buffer, std::min(piece_size, static_cast<size_t>(size)));
 }
 
-XmlDocument parse(const char *path, std::string_view bytes) {
+// A file that cannot be read to its end is not blamed for what its beginning lacks.
+void read_rest(FileSource &source) {
+  char piece[piece_size];
+  while (source.read(piece, sizeof piece) > 0) continue;
+}
+
+XmlDocument parse(const char *path, FileSource &source, ParserUser *user) {
   const Parser parser(xmlNewParserCtxt());
   if (!parser) return nullptr;
   parser->sax->entityDecl = declare_entity;
   parser->sax->attributeDecl = declare_attribute;
-  Source source = {parser.get(), bytes, path};
-  return XmlDocument(xmlCtxtReadIO(parser.get(), read_piece, nullptr, &source, path, nullptr, 0));
+  const int options = user ? user->set_up(*parser) : 0;
+  Feed feed = {parser.get(), source, path};
+  XmlDocument document(xmlCtxtReadIO(parser.get(), read_piece, nullptr, &feed, path, nullptr, options));
+  if (!document && parser->errNo != XML_ERR_USER_STOP) read_rest(source);
+  if (source.error() != 0) document.reset();
+  return document;
 }
 
 } // namespace
 
-ParsedFile parse_file(const char *path) noexcept {
-  const XmlMemoryWatch memory;
-  std::string bytes;
+ParsedFile parse_file(const char *path, ParserUser *user) noexcept {
+  const MemoryWatch memory;
+  const XmlMemoryWatch xml_memory;
   ParsedFile file;
-  if (!read_file(path, bytes)) {
-    file.undecided = memory.has_failed() || is_shortage(errno);
-    // That there is none is usual where nothing was saved yet.
-    vorn_debug_lprintf(errno == ENOENT ? 1 : 0, "Can't read %s: %s\n", path, strerror(errno));
-    return file;
-  }
+  FileSource source(path);
   errno = 0;
-  file.document = parse(path, bytes);
+  if (source.error() == 0) file.document = parse(path, source, user);
   // What was parsed while memory was short may look whole. A conversion of libc's may have been short of it.
-  file.undecided = memory.has_failed() || (!file.document && errno == ENOMEM);
+  file.undecided = memory.has_failed() || xml_memory.has_failed() || is_shortage(source.error()) ||
+                   (!file.document && errno == ENOMEM);
   if (file.undecided) file.document.reset();
+  // That there is none is usual where nothing was saved yet.
+  if (const int error = source.error())
+    vorn_debug_lprintf(error == ENOENT ? 1 : 0, "Can't read %s: %s\n", path, strerror(error));
   return file;
 }
 

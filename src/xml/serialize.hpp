@@ -6,9 +6,10 @@
 
 namespace vorn {
 
-// Append the text as content of an element, or as the value of an attribute in double quotes. It must be one
-// that XML can carry (xml_can_carry). Throw std::bad_alloc. For std::string and GrowingText.
-template <class Out> void append_xml_text(Out &out, const char *text);
-template <class Out> void append_xml_attribute(Out &out, const char *value);
+// Append the text as content of an element, or as the value of an attribute in double quotes. Return false,
+// with nothing appended, when XML cannot carry it (xml_can_carry). Throw std::bad_alloc. For std::string and
+// GrowingText.
+template <class Out> bool append_xml_text(Out &out, const char *text);
+template <class Out> bool append_xml_attribute(Out &out, const char *value);
 
 } // namespace vorn

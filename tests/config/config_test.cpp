@@ -8,6 +8,7 @@
 
 #include <fstream>
 #include <gtest/gtest.h>
+#include <libxml/xmlerror.h>
 #include <random>
 #include <sstream>
 
@@ -15,19 +16,25 @@ namespace {
 
 using namespace vorn::test;
 
+void say_nothing(void *, const char *, ...) {}
+
 struct Config : testing::Test {
-  Config() { add_all_kinds(); }
+  Config() {
+    add_all_kinds();
+    xmlSetGenericErrorFunc(nullptr, say_nothing); // libxml2's own words
+  }
   ~Config() override {
     vorn_instances_delete_all(vorn_config_get_running());
     unlink(path.c_str());
   }
   // Writes a file and loads it; returns what the running configuration then holds.
   std::string load(const std::string &text) {
+    unlink(path.c_str()); // some file systems wait for the disk when a file is cut off
     std::ofstream(path) << text;
     vorn_instances *before = vorn_config_get_running();
-    vorn::XmlDocument document = vorn::open_config(path.c_str()).document;
-    if (!document) return "not loaded";
-    EXPECT_EQ(vorn::load_config(std::move(document)), 0);
+    vorn::ReadConfig file = vorn::open_config(path.c_str());
+    if (!file.draft) return "not loaded";
+    EXPECT_EQ(vorn::load_config(std::move(file.draft)), 0);
     vorn_instances_delete_all(before);
     return all_names(vorn_config_get_running());
   }
@@ -49,14 +56,15 @@ TEST_F(Config, FilesThatAreNoneAreRefusedWithTheirReason) {
   const std::pair<std::string, std::string> cases[] = {
       {"", no_xml},
       {"<config><radio name=\"r\">", no_xml},
+      {"<config><nothing/><radio/><radio name='r'><power>bad</power><colour/></radio><config>", no_xml},
       {std::string("\x7f\0ELF", 5), no_xml},
       {"<lsql/>", "vorn: Document of the wrong type: root node is not \"config\"."},
   };
   for (const auto &[text, message] : cases) {
     EXPECT_EQ(load(text), "not loaded") << text;
-    EXPECT_TRUE(log.take().ends_with(message)) << text; // after what libxml2 itself says
+    EXPECT_EQ(log.take(), message) << text;
   }
-  EXPECT_EQ(vorn::open_config(testing::TempDir().c_str()).document, nullptr); // a directory
+  EXPECT_EQ(vorn::open_config(testing::TempDir().c_str()).draft, nullptr); // a directory
   EXPECT_EQ(vorn_config_get_running(), nullptr);
 }
 
@@ -124,6 +132,68 @@ TEST_F(Config, WritesWhatPersistsInTheRegistrysOrder) {
             "<?xml version=\"1.0\"?>\n<config>\n  <system>\n    <place/>\n    <host>h</host>\n  "
             "</system>\n  <server/>\n  <port name=\"w\">\n    <speed>2</speed>\n    <type>wire</type>\n    "
             "<mtu>1</mtu>\n  </port>\n  <radio name=\"r\">\n    <mode>a</mode>\n  </radio>\n</config>\n");
+}
+
+std::string seen;
+int see_running(vorn_instances *instances, vorn_instance *) {
+  seen += instances == vorn_config_get_running() ? all_names(instances) + ";" : "another;";
+  return 1;
+}
+
+TEST_F(Config, TheNewConfigurationIsTheRunningOneWhileItIsLoaded) {
+  load("<config><radio name='old'/></config>");
+  vorn_class_set_instance_validate_fn(vorn_classes_get("radio"), see_running);
+  load("<config><radio name='r'/><rule name='s'/><radio name='t'/></config>");
+  EXPECT_EQ(seen, ";radio:r,rule:s;");
+}
+
+// One of these pieces, or an element that holds some.
+std::string random_piece(std::mt19937 &random, int depth) {
+  static const char *const pieces[] = {"a",
+                                       "wire",
+                                       "bad",
+                                       "&lt;&amp;",
+                                       "&#38;#38;",
+                                       "<!-- c -->",
+                                       "<?p i?>",
+                                       "<![CDATA[c<]]>",
+                                       "\r\n",
+                                       "",
+                                       "<![CDATA[]]>",
+                                       "air",
+                                       "\u20ac",
+                                       "<p:mode xmlns:p='u'/>"};
+  static const char *const broken[] = {"&none;", "<", "]]>", "\x01", "<mode>", "<p:q/>"};
+  static const char *const names[] = {"mode", "mode", "power", "type", "colour"};
+  static const char *const classes[] = {"radio", "radio", "radio", "port", "system", "nothing"};
+  static const char *const attributes[] = {
+      " name='%'", " name='%'", " name='%'",           " name='%&amp;&#38;lt;'",
+      " name=''",  "",          " name='%' x:name='u'"};
+  const auto one_of = [&](const auto &from) { return std::string(from[random() % std::size(from)]); };
+  if (random() % 400 == 0) return one_of(broken);
+  if (depth > 3 || random() % 4 > (depth > 1 ? 0 : 2)) return one_of(pieces);
+  const std::string element = depth == 0 ? one_of(classes) : one_of(names);
+  std::string text = "<" + element + (depth == 0 ? one_of(attributes) : "") + ">";
+  if (const size_t at = text.find('%'); at != std::string::npos)
+    text.replace(at, 1, std::to_string(random()));
+  for (size_t count = random() % 4; count > 0; --count) text += random_piece(random, depth + 1);
+  return text + "</" + element + ">";
+}
+
+// A file with a document type declaration is read by way of a document, others are not.
+TEST_F(Config, AFileIsReadAlikeAsAStreamAndAsADocument) {
+  std::mt19937 random(1);
+  const auto outcome = [&](const std::string &text) {
+    const std::string names = load(text);
+    return names + log.take() + printed(vorn_instances_print, vorn_config_get_running());
+  };
+  for (int i = 0; i < 2000; ++i) {
+    std::string text = "<config>";
+    for (size_t count = random() % 8; count > 0; --count) text += random_piece(random, 0);
+    text += "</config>";
+    if (random() % 20 == 0) text.resize(text.size() - random() % 12);
+    ASSERT_EQ(outcome(text), outcome("<!DOCTYPE config>" + text)) << text;
+  }
 }
 
 // Some characters of every kind, or few, or blanks alone.

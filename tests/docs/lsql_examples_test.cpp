@@ -13,7 +13,6 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iostream>
-#include <libxml/parser.h>
 #include <vector>
 
 namespace {
@@ -90,13 +89,18 @@ struct Documents : testing::Test {
     vorn_provider_set_commit_fn(provider, count_commit, nullptr);
     vorn_providers_add(provider);
     vorn_providers_done_adding();
-    vorn::XmlDocument document(xmlParseMemory(start.data(), static_cast<int>(start.size())));
-    if (document) vorn::load_config(std::move(document));
+    std::ofstream(path) << start;
+    vorn::ReadConfig file = vorn::open_config(path.c_str());
+    if (file.draft) vorn::load_config(std::move(file.draft));
   }
-  ~Documents() override { vorn_instances_delete_all(vorn_config_get_running()); }
+  ~Documents() override {
+    vorn_instances_delete_all(vorn_config_get_running());
+    unlink(path.c_str());
+  }
 
   const std::vector<Block> page = blocks_of("lsql.md");
   const string start = text_of(page, "Starting configuration:");
+  const string path = testing::TempDir() + "vorn-docs-" + std::to_string(getpid()) + ".xml";
   Log log;
 };
 
@@ -105,10 +109,8 @@ TEST_F(Documents, ClassesStandAsTheAgentListsThem) {
 }
 
 TEST_F(Documents, ConfigurationsStandAsTheAgentWritesThem) {
-  const string path = testing::TempDir() + "vorn-docs-" + std::to_string(getpid()) + ".xml";
   ASSERT_EQ(vorn_config_dump_running(path.c_str()), 0);
   EXPECT_EQ(lsql::read_request(path, std::cin), start);
-  unlink(path.c_str());
   EXPECT_EQ(text_of(blocks_of("configuration-file.md"), "/etc/config/config.xml:"), start);
 }
 

@@ -75,9 +75,9 @@ TEST_P(Memory, MissingInABootTakesNoFallBackAndIsNeverSaved) {
 
 TEST_P(Memory, MissingInASaveLeavesTheOldFileOrWritesTheNewOne) {
   if (!vorn_classes_get("radio")) add_all_kinds();
-  const string after = with_host("new");
+  const string after = with_host("new" + string(1000, 'w')); // long enough to be written in steps
   write_file("/tmp/new.xml", after);
-  vorn::load_config(vorn::open_config("/tmp/new.xml").document);
+  vorn::load_config(vorn::open_config("/tmp/new.xml").draft);
   int refused = 0;
   fail_each_malloc(vorn_config_copy_running_to_startup, [&](int result, bool failed) {
     const string said = log.take();

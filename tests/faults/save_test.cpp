@@ -54,7 +54,7 @@ struct Save : testing::Test {
   // The running configuration is the new one.
   static void load_new() {
     add_all_kinds();
-    vorn::load_config(vorn::open_config(new_path).document);
+    vorn::load_config(vorn::open_config(new_path).draft);
   }
 
   // Saves it in a child. Returns 0 or 1, or -1 when the child was killed.

@@ -239,8 +239,8 @@ void Soak::load() {
     bool failed;
     {
       const BadLuck luck(lucky ? 0 : 2000);
-      if (vorn::XmlDocument document = vorn::open_config(path.c_str()).document)
-        result = vorn::load_config(std::move(document));
+      if (vorn::ReadConfig file = vorn::open_config(path.c_str()); file.draft)
+        result = vorn::load_config(std::move(file.draft));
       failed = luck.struck();
     }
     loads_short += failed;
