@@ -1,8 +1,7 @@
 // The text of a result, held against a document of libxml2 with the same content.
 #include "query/result.hpp"
 
-#include "xml/handles.hpp"
-#include "xml/nodes.hpp"
+#include "common/xml.hpp"
 #include <gtest/gtest.h>
 #include <random>
 
@@ -30,13 +29,7 @@ public:
     vorn::add_element(root_, "rc", std::to_string(errors).c_str());
     vorn::add_element(root_, "counter", std::to_string(counter).c_str());
   }
-  string text() const {
-    xmlChar *dump = nullptr;
-    int size = 0;
-    xmlDocDumpMemory(document_.get(), &dump, &size);
-    const vorn::XmlText owner(dump);
-    return vorn::text_of(dump);
-  }
+  string text() const { return vorn::dump(document_); }
 
 private:
   vorn::XmlDocument document_{vorn::new_document("lsql_result")};

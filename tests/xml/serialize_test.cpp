@@ -1,7 +1,6 @@
 #include "xml/serialize.hpp"
 
-#include "xml/handles.hpp"
-#include "xml/nodes.hpp"
+#include "common/xml.hpp"
 #include <gtest/gtest.h>
 #include <random>
 
@@ -15,11 +14,7 @@ string by_libxml2(const string &text) {
   xmlNode *root = xmlDocGetRootElement(document.get());
   vorn::set_attribute(root, "a", text.c_str());
   vorn::add_element(root, "e", text.c_str());
-  xmlChar *dump = nullptr;
-  int size = 0;
-  xmlDocDumpMemory(document.get(), &dump, &size);
-  const vorn::XmlText owner(dump);
-  return vorn::text_of(dump);
+  return vorn::dump(document);
 }
 
 string by_us(const string &text) {
