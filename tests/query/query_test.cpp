@@ -166,6 +166,22 @@ TEST_F(Query, AnErrorOfTheFirstPassLeavesEverythingUndone) {
   EXPECT_EQ(commits, "[radio:a/]");
 }
 
+TEST_F(Query, UpdatesCountFirstAndOnce) {
+  vorn_property_set_is_instance_valid_fn(
+      vorn_class_get_property(vorn_classes_get("radio"), "mode"), [](vorn_instance *, const char *) {
+        vorn_instance_set_value(vorn_instances_get(vorn_config_get_running(), "radio", "b"), "power", "3");
+        return 1;
+      });
+  const std::string system = "<update><system><host>h</host></system></update>";
+  const std::string server = "<update><server><address>s</address></server></update>";
+  eval("<insert><server/></insert>");
+  commits.clear();
+  eval("<update><radio name=\"a\"><mode>x</mode></radio></update><update><wire/></update>" + system + system +
+       server + server);
+  EXPECT_EQ(commits, "[radio:a,radio:b,wire:w,system,server/]");
+  EXPECT_EQ(log.take(), "");
+}
+
 TEST_F(Query, ATransactionCommitsItsCopyInPlaceOfTheRunningOne) {
   const vorn_instances *before = vorn_config_get_running();
   EXPECT_EQ(eval("<write-transaction><update><radio name=\"b\"><power>9</power></radio></update>"
@@ -187,11 +203,12 @@ TEST_F(Query, PassiveRequestsMaySetEverythingAndDoNotCount) {
 
 TEST_F(Query, RefreshAsksForWhatTheOperationsRead) {
   eval("<select><radio name=\"a\"><mode/></radio></select><where>" + eq("power", "1") + "</where>" +
-       "<select><port properties=\"all\"/></select>" +
+       "<select><port properties=\"all\"/></select><select><port name=\"w\"><mtu/></port></select>" +
        "<update><rule><action>z</action></rule></update><where><and><not>" + eq("action", "x") +
        "</not><metadata>name</metadata></and></where><insert><server/></insert>");
   EXPECT_EQ(refreshes, "  Class radio:|    Named instances:|      Instance a: Properties: mode power.|"
-                       "  Class port:|    Every instance: Properties: All.|"
+                       "  Class port:|    Named instances:|      Instance w: Properties: None.|    Every "
+                       "instance: Properties: All.|"
                        "  Class rule:|    Every instance: Properties: action.|");
 }
 
