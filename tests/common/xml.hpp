@@ -14,9 +14,9 @@ inline xmlDoc *new_document(const char *root_name) {
   return document;
 }
 
-// Appends an element; a null value gives an empty one.
+// Appends an element; a null or empty value gives an empty one.
 inline xmlNode *add_element(xmlNode *parent, const char *name, const char *value = nullptr) {
-  return xmlNewTextChild(parent, nullptr, xml_text(name), value ? xml_text(value) : nullptr);
+  return xmlNewTextChild(parent, nullptr, xml_text(name), value && *value ? xml_text(value) : nullptr);
 }
 
 inline void set_attribute(xmlNode *element, const char *name, const char *value) {

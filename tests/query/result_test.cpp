@@ -38,11 +38,13 @@ private:
 };
 
 string random_text(std::mt19937 &random) {
-  static const char *const pieces[] = {"<",   "&",      "\"",     "\n",         "\r", "a",
-                                       "b c", "\u00e9", "\u20ac", "\U0001f600", "\1", "\xff"};
+  static const char *const pieces[] = {
+      "<",      ">",      "&",      "\"",         "'",          "\t",     "\n",     "\r",     " ",
+      "a",      "]",      "\x7f",   "&amp;",      "\u0085",     "\u00e9", "\u07ff", "\u0800", "\u20ac",
+      "\ud7ff", "\ue000", "\ufffd", "\U00010000", "\U0010ffff", "\1",     "\xff"};
   string text;
   for (auto length = random() % 4; length > 0; --length)
-    text += pieces[random() % (random() % 8 ? std::size(pieces) - 2 : std::size(pieces))];
+    text += pieces[random() % (std::size(pieces) - (random() % 8 ? 2 : 0))];
   return text;
 }
 
