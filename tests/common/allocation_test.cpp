@@ -265,6 +265,7 @@ TEST_F(Allocation, OfLinesOfTextTables) {
 TEST_F(Allocation, OfInformsNotificationsAndStartsOfServices) {
   if (!can_fail_mallocs()) GTEST_SKIP();
   ASSERT_EQ(vorn_inform_fn_add("wan", [] { return vorn_inform_get_value("state") ? 0 : 1; }), 0);
+  EXPECT_EQ(vorn_inform_fn_add("wan", [] { return 1; }), 1); // the first one stays
   const auto inform = [] {
     try {
       return std::string_view(vorn::answer_inform_request("object=wan&state=a state of some length"));
