@@ -1,7 +1,5 @@
 #include "xml/nodes.hpp"
 
-#include "wexa.h"
-#include "xml/handles.hpp"
 #include <cstring>
 #include <libxml/parserInternals.h>
 
@@ -55,26 +53,6 @@ bool is_xml_characters(const char *text) noexcept { return !*skip_xml_characters
 bool xml_can_carry(const char *text) noexcept {
   const char *end = skip_xml_characters(text);
   return !*end && end - text < XML_MAX_TEXT_LENGTH;
-}
-
-xmlNode *add_element(xmlNode *parent, const char *name, const char *value) noexcept {
-  if (!value) return xmlNewChild(parent, nullptr, xml_text(name), nullptr);
-  // xmlNewChild resolves entities in the content: what it gets is escaped.
-  const CString escaped(wexa_xml_escape(value));
-  return escaped ? xmlNewChild(parent, nullptr, xml_text(name), xml_text(escaped.get())) : nullptr;
-}
-
-bool set_attribute(xmlNode *element, const char *name, const char *value) noexcept {
-  // xmlSetProp takes the value as it is.
-  return xmlSetProp(element, xml_text(name), xml_text(value)) != nullptr;
-}
-
-xmlDoc *new_document(const char *root_name) noexcept {
-  XmlDocument document(xmlNewDoc(xml_text("1.0")));
-  xmlNode *root = document ? xmlNewDocNode(document.get(), nullptr, xml_text(root_name), nullptr) : nullptr;
-  if (!root) return nullptr;
-  xmlDocSetRootElement(document.get(), root);
-  return document.release();
 }
 
 } // namespace vorn

@@ -1,4 +1,4 @@
-// Reading and building of XML trees as the configuration file and LSQL share it.
+// Reading of XML trees as the configuration file and LSQL share it.
 #pragma once
 
 #include "core/xml_text.hpp"
@@ -28,15 +28,5 @@ bool is_xml_characters(const char *text) noexcept;
 // Whether an XML document can hold the text and be read again: characters that XML allows, and not more
 // of them than libxml2 takes.
 bool xml_can_carry(const char *text) noexcept;
-
-// Appends an element; a null value gives an empty one. The value must be one that XML can carry. Returns null
-// without memory.
-xmlNode *add_element(xmlNode *parent, const char *name, const char *value = nullptr) noexcept;
-
-// Returns false without memory.
-bool set_attribute(xmlNode *element, const char *name, const char *value) noexcept;
-
-// Returns a document with its root element, or null without memory.
-xmlDoc *new_document(const char *root_name) noexcept;
 
 } // namespace vorn

@@ -2,10 +2,12 @@
 #include "commit/changes.hpp"
 #include "commit/committer.hpp"
 #include "commit/provider.hpp"
+#include "commit/providers.h"
 #include "commit/refresher.hpp"
 #include "common/allocation.hpp"
 #include "common/log.hpp"
 #include "common/schema.hpp"
+#include "config/config.h"
 #include "config/running.hpp"
 #include "core/eloop.h"
 #include "core/handles.hpp"
@@ -176,6 +178,31 @@ TEST_F(Allocation, OfWhatPluginsRegisterAndRun) {
   vorn_changes_delete(changes);
 }
 
+// Actions, records, and what a transaction replaces.
+TEST_F(Allocation, OfCommitsIsAllFreed) {
+  vorn_provider *provider = vorn_provider_new("p");
+  vorn_provider_set_commit_fn(
+      provider,
+      [](vorn_commit_info *info) {
+        return vorn_actions_add(vorn_commit_info_get_actions(info), "p", "restart", nullptr, nullptr);
+      },
+      nullptr);
+  vorn_providers_add(provider);
+  vorn_providers_done_adding();
+  vorn::set_running(std::exchange(all, vorn_instances_new()));
+  const std::string update = "<update><server><state>1</state></server></update>";
+  long blocks = 0;
+  for (int i = 0; i < 3; ++i) {
+    for (const std::string &operations :
+         {"<insert><server/></insert>" + update, "<write-transaction>" + update + "</write-transaction>",
+          std::string("<delete><server/></delete>")})
+      free(vorn_query_eval(("<lsql>" + operations + "</lsql>").c_str()));
+    EXPECT_EQ(vorn_query_action("p", "restart", nullptr, nullptr), 0);
+    EXPECT_EQ(std::exchange(blocks, live_blocks), i == 0 ? 0 : live_blocks);
+  }
+  vorn_instances_delete_all(vorn_config_get_running());
+}
+
 // Never half a line, such as one without the name that it is to be selected by.
 // Neither the text of a reason nor the walk of a check that fails for want of memory is told as a reason.
 TEST_F(Allocation, OfRefusedInstances) {
@@ -237,6 +264,7 @@ TEST_F(Allocation, OfLinesOfTextTables) {
 TEST_F(Allocation, OfInformsNotificationsAndStartsOfServices) {
   if (!can_fail_mallocs()) GTEST_SKIP();
   ASSERT_EQ(vorn_inform_fn_add("wan", [] { return vorn_inform_get_value("state") ? 0 : 1; }), 0);
+  EXPECT_EQ(vorn_inform_fn_add("wan", [] { return 1; }), 1); // the first one stays
   const auto inform = [] {
     try {
       return std::string_view(vorn::answer_inform_request("object=wan&state=a state of some length"));

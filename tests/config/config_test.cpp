@@ -1,5 +1,6 @@
 #include "common/log.hpp"
 #include "common/schema.hpp"
+#include "common/xml.hpp"
 #include "config/config.h"
 #include "config/config_reader.hpp"
 #include "config/running.hpp"

@@ -3,11 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <gtest/gtest.h>
-#include <random>
-#include <set>
 #include <string>
-#include <unordered_map>
-#include <vector>
 
 namespace {
 
@@ -56,54 +52,6 @@ TEST(KeyedTable, TellsKeysApartByAllTheirBytes) {
     EXPECT_NE(table.insert(key, ++number), nullptr);
   EXPECT_EQ(table.find("a\0c"sv)->value, 2);
   EXPECT_EQ(table.find("a")->value, 3); // names have their NUL in the key
-}
-
-// Jenkins' one-at-a-time hash, which the tables once had, without its last steps.
-uint32_t one_at_a_time(uint32_t hash, const std::string &text) {
-  for (const char byte : text) {
-    hash += static_cast<unsigned char>(byte);
-    hash += hash << 10;
-    hash ^= hash >> 6;
-  }
-  return hash;
-}
-
-// 2^pairs names of one hash: pairs of syllables that lead from one state to the same next one.
-std::vector<std::string> names_of_one_hash(int pairs) {
-  std::mt19937 random(1);
-  std::vector<std::string> names = {""};
-  uint32_t state = 0;
-  for (; pairs > 0; --pairs) {
-    std::unordered_map<uint32_t, std::string> seen;
-    std::string syllable(6, 'a');
-    const auto met = [&] {
-      for (char &letter : syllable) letter = static_cast<char>('a' + random() % 26);
-      const auto [entry, is_new] = seen.emplace(one_at_a_time(state, syllable), syllable);
-      return !is_new && entry->second != syllable;
-    };
-    while (!met()) {
-    }
-    const uint32_t next = one_at_a_time(state, syllable);
-    const std::string &other = seen[next];
-    state = next;
-    for (size_t i = names.size(); i-- > 0;) {
-      names.push_back(names[i] + syllable);
-      names[i] += other;
-    }
-  }
-  return names;
-}
-
-TEST(KeyedTable, SpreadsNamesThatWereMadeToMeet) {
-  const std::vector<std::string> names = names_of_one_hash(7);
-  std::set<uint32_t> before, now;
-  for (const std::string &name : names) {
-    before.insert(one_at_a_time(0, name));
-    now.insert(vorn::hash_bytes(name));
-  }
-  ASSERT_EQ(names.size(), 128u);
-  ASSERT_EQ(before.size(), 1u); // they are what they claim to be
-  EXPECT_EQ(now.size(), names.size());
 }
 
 // The key is the process's own: another process, which runs this test too, has another.

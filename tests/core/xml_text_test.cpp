@@ -57,36 +57,32 @@ void expect_reads_as(const string &escaped, const string &text) {
 TEST(XmlText, IsReadBackButForWhatXmlCannotCarry) {
   const string bad = "\xef\xbf\xbd";
   const struct {
-    string text, read, read_once; // the last where references stay
+    string text, read, read_once; // where they are others; the last where references stay
   } cases[] = {
       {"", "", ""},
-      {"\"/><a b='c'>]]><![CDATA[<!--", "\"/><a b='c'>]]><![CDATA[<!--", "\"/><a b='c'>]]><![CDATA[<!--"},
-      {"a\tb\nc\rd\r\n  ", "a\tb\nc\rd\r\n  ", "a\tb\nc\rd\r\n  "},
-      {"Z\xc3\xbcrich \xf0\x9f\x99\x82 " + bad, "Z\xc3\xbcrich \xf0\x9f\x99\x82 " + bad,
-       "Z\xc3\xbcrich \xf0\x9f\x99\x82 " + bad},
-      {"Bob & Co", "Bob & Co", "Bob & Co"},
-      {"&amp;&lt;&gt;&quot;&apos;", "&amp;&lt;&gt;&quot;&apos;", "&<>\"'"},
-      {"&#65;&#x42;&#x1f642;&#0000067;", "&#65;&#x42;&#x1f642;&#0000067;",
+      {"\"/><a b='c'>]]><![CDATA[<!--", "", ""},
+      {"a\tb\nc\rd\r\n  ", "", ""},
+      {"Z\xc3\xbcrich \xf0\x9f\x99\x82 " + bad, "", ""},
+      {"Bob & Co", "", ""},
+      {"&amp;&lt;&gt;&quot;&apos;", "", "&<>\"'"},
+      {"&#65;&#x42;&#x1f642;&#0000067;", "",
        "AB\xf0\x9f\x99\x82"
        "C"},
-      {"&#38;lt;", "&#38;lt;", "&lt;"},
-      {"&", "&", "&"},
-      {"&copy;&amp&AMP;&amp", "&copy;&amp&AMP;&amp", "&copy;&amp&AMP;&amp"},
-      {"&#0;&#1;&#xD800;&#xFFFE;&#x110000;", "&#0;&#1;&#xD800;&#xFFFE;&#x110000;",
-       "&#0;&#1;&#xD800;&#xFFFE;&#x110000;"},
-      {"&#;&#x;&#X41;&#-65;&#+65;&# 65;&#65&#4294967361;", "&#;&#x;&#X41;&#-65;&#+65;&# 65;&#65&#4294967361;",
-       "&#;&#x;&#X41;&#-65;&#+65;&# 65;&#65&#4294967361;"},
-      {"\x01\x1b[0m\x7f", bad + bad + "[0m\x7f", bad + bad + "[0m\x7f"},
-      {"\x80\xc0\x80\xe2\x82z\xff", bad + bad + bad + bad + bad + "z" + bad,
-       bad + bad + bad + bad + bad + "z" + bad},
-      {"\xed\xa0\x80\xef\xbf\xbf\xf4\x90\x80\x80", bad + bad + bad, bad + bad + bad},
+      {"&#38;lt;", "", "&lt;"},
+      {"& &copy;&amp&AMP;&amp", "", ""},
+      {"&#0;&#1;&#xD800;&#xFFFE;&#x110000;", "", ""},
+      {"&#;&#x;&#X41;&#-65;&#+65;&# 65;&#65&#4294967361;", "", ""},
+      {"\x01\x1b[0m\x7f", bad + bad + "[0m\x7f", ""},
+      {"\x80\xc0\x80\xe2\x82z\xff", bad + bad + bad + bad + bad + "z" + bad, ""},
+      {"\xed\xa0\x80\xef\xbf\xbf\xf4\x90\x80\x80", bad + bad + bad, ""},
   };
   for (const auto &c : cases) {
     string escaped, once;
     vorn::append_xml_escaped(escaped, c.text.c_str());
     vorn::append_xml_escaped_once(once, c.text.c_str());
-    expect_reads_as(escaped, c.read);
-    expect_reads_as(once, c.read_once);
+    const string &read = c.read.empty() ? c.text : c.read;
+    expect_reads_as(escaped, read);
+    expect_reads_as(once, c.read_once.empty() ? read : c.read_once);
   }
 }
 

@@ -177,6 +177,7 @@ TEST_F(Life, RestartKeepsEveryValueAndTermEndsTheWholeGroup) {
     _exit(0);
   }
   EXPECT_EQ(setpgid(member, agent->pid()), 0);
+  Connection listener = subscriber();
   agent->signal(SIGTERM);
   int status = 0;
   waitpid(member, &status, 0);
@@ -185,6 +186,7 @@ TEST_F(Life, RestartKeepsEveryValueAndTermEndsTheWholeGroup) {
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
   EXPECT_NE(Agent::log().find("vorn: Exit due to signal 15.\n"), string::npos);
   EXPECT_TRUE(exists("/var/run/vorn.pid")); // only the loop's end removes it
+  EXPECT_TRUE(contains(listener.receive(), "<conf_changed origin=\"the end\">")); // a destructor announces it
   agent = std::make_unique<Agent>();
   EXPECT_EQ(lsql(all), before);
   EXPECT_NE(before.find("<text>  </text>"), string::npos);

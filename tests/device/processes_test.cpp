@@ -67,16 +67,4 @@ TEST(Processes, AnInterruptEndsTheAgentInTheMidstOfStartUp) {
   EXPECT_EQ(system("pkill -fx 'sleep 100'"), 0);
 }
 
-TEST(Processes, WithoutActionsNothingIsStarted) {
-  prepare_device({"plugin.so"}, config);
-  write_file("/dev/watchdog", "");
-  write_file("/etc/post-init", "");
-  Agent agent({"-fnd"});
-  EXPECT_EQ(inform("object=service&start=sleep 100"), "ERR returned by handler\n");
-  EXPECT_EQ(read_file("/dev/watchdog"), "V");
-  EXPECT_TRUE(contains(Agent::log(), "Running \"/etc/post-init\" -> (no actions) "));
-  EXPECT_EQ(inform("object=service"), "ERR returned by handler\n");
-  EXPECT_EQ(count("sleep 100"), 0);
-}
-
 } // namespace

@@ -5,6 +5,7 @@
 #include <csignal>
 #include <ctime>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 namespace {
@@ -84,6 +85,9 @@ TEST(Start, TheUsageIsAllThatItSaysAndLeavesNothingArmed) {
       {true, {"-h"}, "vorn: Watchdog stopped.\n"},
       {true, {"-n", "-h"}, "vorn: Watchdog stopped.\n"},
       {false, {"-f", "x"}, "vorn: Watchdog stopped (before start).\n"},
+      {true, {"-x"}, "vorn: Watchdog stopped.\n"},
+      {true, {"-ddddddd"}, "vorn: Watchdog stopped.\n"},
+      {true, {"-d", "-d", "-d", "-d", "-d", "-d", "-d"}, "vorn: Watchdog stopped.\n"},
   };
   for (const auto &c : cases) {
     prepare_device({}, config);
@@ -99,7 +103,9 @@ TEST(Start, TheUsageIsAllThatItSaysAndLeavesNothingArmed) {
 TEST(Start, WithoutActionsTheSystemStaysAsItIs) {
   prepare_device({"plugin.so"}, "damaged");
   write_file("/etc/config/backup_config.xml", config);
-  write_file("/etc/rebuild", "");
+  for (const char *file : {"/etc/rebuild", "/dev/watchdog"}) write_file(file, "");
+  write_file("/etc/post-init", "#!/bin/sh\n: > /tmp/post-init\n");
+  chmod("/etc/post-init", 0755);
   EXPECT_EQ(system("mkdir -p /mnt/etc/config && cd /mnt/etc && touch a-rescue .rescue config/config.xml"), 0);
   Agent agent({"-fn"});
   EXPECT_TRUE(contains(lsql("<select><system><host/></system></select>"), "<host>ap</host>"));
@@ -112,9 +118,16 @@ TEST(Start, WithoutActionsTheSystemStaysAsItIs) {
   // What is the agent's own goes on.
   EXPECT_TRUE(contains(read_file(config_path), "<host>ap</host>"));
   EXPECT_FALSE(exists("/etc/rebuild") || exists("/etc/config/backup_config.xml"));
+  EXPECT_EQ(inform("object=service&start=sleep 100"), "ERR returned by handler\n");
+  EXPECT_FALSE(runs("sleep 100"));
+  EXPECT_EQ(lsql("<insert><radio name=\"r\"/></insert><update><radio><mode>reboot</mode></radio></update>"),
+            "<rc>0</rc><counter>1</counter><rc>0</rc><counter>1</counter>");
+  EXPECT_TRUE(contains(Agent::log(), "vorn: Rebooting the system is disabled.\n"));
+  EXPECT_EQ(read_file("/dev/watchdog"), "V");
   EXPECT_EQ(inform("object=reboot"), "OK\n");
   EXPECT_EQ(WEXITSTATUS(agent.wait()), 1);
   EXPECT_TRUE(contains(Agent::log(), "vorn: Sending signal 15 to process 1 -> (no actions)\n"));
+  EXPECT_FALSE(exists("/tmp/post-init"));
   for (const char *trace : {"init", "version", "pid1"})
     EXPECT_FALSE(exists("/var/log/" + string(trace) + ".log")) << trace;
 

@@ -96,42 +96,31 @@ struct Save : testing::Test {
   Log log;
 };
 
-TEST_F(Save, KilledAtAnyMomentLeavesTheOldConfigurationOrTheNew) {
-  for (const auto &[before, after] : pairs) {
-    struct stat old_status = {}, new_status = {};
-    int result = -1, last = 0;
-    for (; result < 0; ++last) {
-      put(before, after);
-      stat(vorn::startup_path, &old_status);
-      int stops = 0;
-      result = save([&](const Stop &) { return Fate{.killed = stops++ == last}; });
-      if (result >= 0) break;
-      expect_old_or_new(before, after, "at stop " + std::to_string(last));
+TEST_F(Save, KilledAtAnyCallOrWithinAWriteLeavesTheOldConfigurationOrTheNew) {
+  for (const auto &[before, after] : pairs)
+    for (const bool within : {false, true}) {
+      struct stat old_status = {}, new_status = {};
+      int result = -1, last = 0;
+      for (; result < 0; ++last) {
+        put(before, after);
+        stat(vorn::startup_path, &old_status);
+        int left = last;
+        result = save([&](const Stop &stop) {
+          const bool counts = !within || (stop.before && stop.call == SYS_write),
+                     here = counts && left-- == 0;
+          if (here && within) write_half(stop);
+          return Fate{.killed = here};
+        });
+        if (result < 0)
+          expect_old_or_new(before, after, "at " + std::to_string(last) + (within ? " within" : ""));
+      }
+      EXPECT_EQ(result, 0);
+      EXPECT_GT(last, within ? 4 : 41); // it has come to its end by every step
+      stat(vorn::startup_path, &new_status);
+      EXPECT_EQ(old_status.st_ino, new_status.st_ino);
+      EXPECT_EQ(read_file(vorn::startup_path), after);
+      EXPECT_FALSE(exists(vorn::copy_path) || exists(vorn::part_path));
     }
-    EXPECT_EQ(result, 0);
-    EXPECT_GT(last, 40); // it has come to its end by every step
-    stat(vorn::startup_path, &new_status);
-    EXPECT_EQ(old_status.st_ino, new_status.st_ino);
-    EXPECT_EQ(read_file(vorn::startup_path), after);
-    EXPECT_FALSE(exists(vorn::copy_path) || exists(vorn::part_path));
-  }
-}
-
-TEST_F(Save, KilledInTheMiddleOfAWriteToo) {
-  for (const auto &[before, after] : pairs) {
-    int result = -1, writes = 0;
-    while (result < 0) {
-      put(before, after);
-      int left = writes++;
-      result = save([&](const Stop &stop) {
-        const bool here = stop.before && stop.call == SYS_write && left-- == 0;
-        if (here) write_half(stop);
-        return Fate{.killed = here};
-      });
-      if (result < 0) expect_old_or_new(before, after, "in write " + std::to_string(writes));
-    }
-    EXPECT_GT(writes, 4);
-  }
 }
 
 // What a cut of power may leave: of what was not synced yet, all, nothing, or a part.
@@ -197,44 +186,37 @@ bool concerns_files(const Stop &stop) {
   return false;
 }
 
-TEST_F(Save, ThatFailsLeavesTheOldFileAndSaysWhy) {
+TEST_F(Save, ThatFailsLeavesTheOldFileAndSaysWhyAndOnADeadDiskLosesNothing) {
   if (!can_fail_calls()) GTEST_SKIP();
   const auto &[before, after] = pairs[0];
-  for (const int error : {EIO, ENOSPC, EMFILE}) {
+  // One call fails; or, from one call on, all that change something: not even the old content can be taken
+  // back.
+  for (const auto &[error, for_good] :
+       {std::pair(EIO, false), {ENOSPC, false}, {EMFILE, false}, {EIO, true}}) {
     bool reached = true;
     int refused = 0;
     for (int nth = 0; reached; ++nth) {
       put(before, after);
       log.take();
       int left = nth;
-      const int result = save(
-          [&](const Stop &stop) { return Fate{.error = concerns_files(stop) && left-- == 0 ? error : 0}; });
+      const int result = save([&, failing = error, all = for_good](const Stop &stop) {
+        const bool reads = stop.call == SYS_openat || stop.call == SYS_read || stop.call == SYS_lseek ||
+                           stop.call == SYS_newfstatat;
+        if (!concerns_files(stop) || (all && reads)) return Fate();
+        return Fate{.error = left-- == 0 || (all && left < 0) ? failing : 0};
+      });
       reached = left < 0;
       const string said = log.take();
+      refused += result;
+      if (for_good) {
+        expect_old_or_new(before, after, "from call " + std::to_string(nth));
+        continue;
+      }
       EXPECT_EQ(read_file(vorn::startup_path), result == 0 ? after : before) << nth << said;
       EXPECT_TRUE(result == 0 || contains(said, strerror(error))) << nth << said;
-      refused += result;
       EXPECT_EQ(boot(), result == 0 ? after : before);
     }
-    EXPECT_GT(refused, error == ENOSPC ? 1 : 8);
-  }
-}
-
-// A disk that has failed for good cannot even take the old content back.
-TEST_F(Save, OnADiskThatFailsForGoodLosesNothing) {
-  if (!can_fail_calls()) GTEST_SKIP();
-  const auto &[before, after] = pairs[2];
-  bool reached = true;
-  for (int nth = 0; reached; ++nth) {
-    put(before, after);
-    int left = nth;
-    save([&](const Stop &stop) {
-      const bool changes = concerns_files(stop) && stop.call != SYS_openat && stop.call != SYS_read &&
-                           stop.call != SYS_lseek && stop.call != SYS_newfstatat;
-      return Fate{.error = changes && left-- <= 0 ? EIO : 0};
-    });
-    reached = left < 0;
-    expect_old_or_new(before, after, "from call " + std::to_string(nth));
+    EXPECT_GT(refused, error == ENOSPC || for_good ? 1 : 8);
   }
 }
 

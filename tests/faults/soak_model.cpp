@@ -13,15 +13,7 @@ const Property identifier = {"type", false, true};
 
 string escape(const string &text) {
   string out;
-  for (const char c : text)
-    if (c == '<')
-      out += "&lt;";
-    else if (c == '>')
-      out += "&gt;";
-    else if (c == '&')
-      out += "&amp;";
-    else
-      out += c;
+  for (const char c : text) out += c == '<' ? "&lt;" : c == '>' ? "&gt;" : c == '&' ? "&amp;" : string(1, c);
   return out;
 }
 
@@ -297,18 +289,6 @@ Prediction predict(const Model &before, const Request &request) {
   const bool reads_last = request.operations.back().kind == "select" && !request.transaction;
   made.commits = !failed && !request.passive && !reads_last;
   return made;
-}
-
-Model loaded_again(const Model &model) {
-  Model loaded = model;
-  for (const Class &cls : classes) {
-    auto &all = loaded.instances[cls.name];
-    for (Instance &instance : all)
-      for (const Property &property : all_properties(cls))
-        if (!property.persistent) instance.values.erase(property.name);
-    if (cls.singleton && all.empty()) all.emplace_back();
-  }
-  return loaded;
 }
 
 } // namespace vorn::soak

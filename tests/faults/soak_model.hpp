@@ -4,6 +4,7 @@
 
 #include <map>
 #include <optional>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -11,7 +12,7 @@ namespace vorn::soak {
 
 struct Property {
   std::string name;
-  bool writable = true, required = false, persistent = true;
+  bool writable = true, required = false;
 };
 
 enum class Names { none, unique, group };
@@ -81,7 +82,7 @@ Prediction predict(const Model &before, const Request &request);
 // A whole reply of what stands in it for each of some operations, and of more.
 std::string reply_of(const std::vector<std::string> &operations, size_t count, const std::string &more = "");
 
-// What comes back when the configuration is saved and loaded.
-Model loaded_again(const Model &model);
+// A request of any kind, most of them such as do something.
+Request make_request(std::mt19937_64 &chance);
 
 } // namespace vorn::soak

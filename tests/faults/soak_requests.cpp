@@ -1,4 +1,4 @@
-#include "faults/soak_requests.hpp"
+#include "faults/soak_model.hpp"
 
 namespace vorn::soak {
 
@@ -6,9 +6,9 @@ const std::vector<Class> classes = {
     {"system", Names::none, true, false, "", 0, {{"host"}, {"place"}, {"uptime", false}}},
     {"server", Names::none, false, false, "", 8, {{"address", true, true}, {"state"}}},
     {"wire", Names::unique, false, false, "port", 0, {{"speed"}}},
-    {"port", Names::unique, false, true, "", 0, {{"mtu"}, {"status", false, false, false}}},
+    {"port", Names::unique, false, true, "", 0, {{"mtu"}, {"status", false}}},
     {"air", Names::unique, false, false, "port", 0, {{"channel"}, {"maker", false, true}}},
-    {"radio", Names::unique, false, false, "", 6, {{"mode"}, {"power"}, {"pin", true, false, false}}},
+    {"radio", Names::unique, false, false, "", 6, {{"mode"}, {"power"}, {"pin"}}},
     {"rule", Names::group, false, false, "", 12, {{"action", true, true}, {"note"}}},
 };
 

@@ -8,6 +8,7 @@
 #include "config/running.hpp"
 #include "core/handles.hpp"
 #include "query/query.h"
+#include "query/result.hpp"
 
 #include <gtest/gtest.h>
 
@@ -165,11 +166,46 @@ TEST_F(Memory, ARequestIsEvaluatedAsItWasSentOrNotAtAll) {
   }
 }
 
+// The end of a result, when a commit or an error is what it tells of.
+TEST_F(Memory, IsThereForTheEndOfAResult) {
+  string worst = "&";
+  while (worst.size() < vorn::error_size) worst += worst;
+  for (size_t size = 0; size < 600; ++size) {
+    vorn::Budget budget;
+    vorn::Result result(budget);
+    result.begin_dataset();
+    result.add_instance("radio", string(size, 'x').c_str());
+    result.reserve_end();
+    until_failure = 0;
+    for_good = true;
+    result.add_error(vorn::error_size, "%s", worst.c_str());
+    result.end_operation(4294967295, 4294967295);
+    const vorn::CString text = result.release();
+    until_failure = -1;
+    ASSERT_TRUE(string(text.get()).ends_with("</lsql_result>\n"));
+  }
+  for (int size = 2900; size < 3300; size += 10) {
+    const string request = "<lsql><write-transaction><insert><rule name='g'><action>" +
+                           string(static_cast<size_t>(size), 'x') +
+                           "</action></rule></insert><select><rule><action/></rule></select>"
+                           "</write-transaction></lsql>";
+    long failing = 0;
+    do {
+      const Outcome outcome = evaluate(request.c_str(), false, failing++);
+      const bool refused = outcome.reply == "none" || outcome.reply.find("<error>") != string::npos;
+      EXPECT_EQ(outcome.committed.empty(), refused) << failing;
+    } while (has_failed);
+  }
+  for_good = false;
+}
+
 // Outside of a transaction what earlier operations have changed stays; the reply tells which these are.
 TEST_F(Memory, TheReplyTellsWhichOperationsWereCarriedOut) {
-  string inserts;
-  for (int i = 0; i < 100; ++i) inserts += "<insert><server/></insert>";
-  const string request = "<lsql>" + inserts + "</lsql>";
+  string request = "<lsql><insert><rule name='g'><action>" +
+                   string(4000, 'x') + // more than the first pass says
+                   "</action></rule></insert><select><rule><action/></rule></select>";
+  for (int i = 0; i < 100; ++i) request += "<insert><server/></insert>";
+  request += "</lsql>";
   const auto count = [](const string &text, const string &part) {
     int times = 0;
     for (size_t at = 0; (at = text.find(part, at)) != string::npos; ++at) ++times;
@@ -179,10 +215,11 @@ TEST_F(Memory, TheReplyTellsWhichOperationsWereCarriedOut) {
     long failing = 0;
     do {
       const Outcome outcome = evaluate(request.c_str(), false, failing);
-      EXPECT_EQ(count(outcome.reply, "<rc>0</rc><counter>1</counter>"), count(outcome.state, "class: server"))
+      const int inserted = count(outcome.state, "class: server") + count(outcome.state, "class: rule");
+      EXPECT_EQ(count(outcome.reply, "<rc>0</rc><counter>1</counter>"),
+                inserted + count(outcome.reply, "<dataset>"))
           << failing << outcome.reply;
-      EXPECT_EQ(outcome.committed.empty(),
-                has_failed && count(outcome.reply, "<rc>0</rc><counter>1</counter>") < 100);
+      EXPECT_EQ(outcome.committed.empty(), has_failed && inserted < 101);
       ++failing;
     } while (has_failed);
   }

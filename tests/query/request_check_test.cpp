@@ -9,6 +9,7 @@
 #include <iconv.h>
 #include <libxml/parserInternals.h>
 #include <random>
+#include <sstream>
 
 namespace {
 
@@ -71,84 +72,29 @@ string attributes(size_t count, const string &stem = "a") {
 
 RequestFault fault_of(const string &text) { return vorn::check_request(text.c_str()).fault; }
 
+std::vector<string> split(const string &text) {
+  std::istringstream stream(text);
+  std::vector<string> parts;
+  for (string part; std::getline(stream, part, '|');) parts.push_back(part);
+  return parts;
+}
+
 // Pieces of markup, whole and broken, in an order that often makes sense and often does not.
 string random_document(std::mt19937 &random) {
-  static const string pieces[] = {"<lsql>",
-                                  "</lsql>",
-                                  "<a",
-                                  "<b ",
-                                  "<c>",
-                                  "</a>",
-                                  "</",
-                                  "<",
-                                  ">",
-                                  "/>",
-                                  "/",
-                                  " ",
-                                  "\n",
-                                  "=",
-                                  "\"",
-                                  "'",
-                                  "x",
-                                  " x=\"1\"",
-                                  " y='2'",
-                                  " z = \"<\"",
-                                  " w=\">\"",
-                                  " v=\"&lt;\"",
-                                  " u=\"&no;\"",
-                                  " t=\"&#65;\"",
-                                  " 1=\"2\"",
-                                  "&amp;",
-                                  "&#x41;",
-                                  "&#;",
-                                  "&",
-                                  "&no;",
-                                  "&#0;",
-                                  "<!--",
-                                  "-->",
-                                  "--",
-                                  "-",
-                                  "<![CDATA[",
-                                  "]]>",
-                                  "]]",
-                                  "]",
-                                  "<?p ",
-                                  "<?",
-                                  "?>",
-                                  "?",
-                                  "<?xml version=\"1.0\"?>",
-                                  "<?xml version='1.0' encoding='UTF-8'?>",
-                                  "<?xml ",
-                                  "<?XML ",
-                                  "<!DOCTYPE a>",
-                                  "<!DOCTYPE a [<!ENTITY e \"x\">]>",
-                                  "<!",
-                                  "<!ELEMENT a ANY>",
-                                  "\1",
-                                  "\x7f",
-                                  "\xc3\xa9",
-                                  "\xef\xbf\xbf",
-                                  "\xef\xbb\xbf",
-                                  "\xe6\x9d\xb1",
-                                  "<\xc3\xa9>",
-                                  "<?\xc3\xa9 ",
-                                  "<?\xcc\x80 ",
-                                  "<?\xcd\xbe ",
-                                  ":",
-                                  "<a:b>",
-                                  " xmlns:a=\"u\"",
-                                  " xmlns=\"u\"",
-                                  ";",
-                                  "text",
-                                  "<a><b>text</b><c d=\"e\"/></a>"};
+  static const std::vector<string> pieces =
+      split("<lsql>|</lsql>|<a|<b |<c>|</a>|</|<|>|/>|/| |\n|=|\"|'|x| x=\"1\"| y='2'| z = \"<\"|"
+            " w=\">\"| v=\"&lt;\"| u=\"&no;\"| t=\"&#65;\"| 1=\"2\"|&amp;|&#x41;|&#;|&|&no;|&#0;|<!--|"
+            "-->|--|-|<![CDATA[|]]>|]]|]|<?p |<?|?>|?|<?xml version=\"1.0\"?>|"
+            "<?xml version='1.0' encoding='UTF-8'?>|<?xml |<?XML |<!DOCTYPE a>|"
+            "<!DOCTYPE a [<!ENTITY e \"x\">]>|<!|<!ELEMENT a ANY>|\1|\x7f|\xc3\xa9|\xef\xbf\xbf|"
+            "\xef\xbb\xbf|\xe6\x9d\xb1|<\xc3\xa9>|<?\xc3\xa9 |<?\xcc\x80 |<?\xcd\xbe |:|<a:b>|"
+            " xmlns:a=\"u\"| xmlns=\"u\"|;|text|<a><b>text</b><c d=\"e\"/></a>");
   const string many = attributes(40, "m"), more = attributes(40, "n");
   string text = random() % 4 ? "<lsql>" : "";
   for (auto left = random() % 24; left > 0; --left) {
     const auto kind = random() % 20;
-    text += kind == 0   ? many
-            : kind == 1 ? more
-            : kind == 2 ? "<a" + many + more
-                        : pieces[random() % std::size(pieces)];
+    text += kind > 2 ? pieces[random() % pieces.size()]
+                     : (kind == 2 ? "<a" : "") + (kind != 1 ? many : "") + (kind != 0 ? more : "");
   }
   return random() % 4 ? text + "</lsql>" : text;
 }
@@ -206,20 +152,8 @@ TEST(RequestCheck, KnowsTheLimits) {
   for (const auto &[text, fault] : cases) EXPECT_EQ(fault_of(text), fault) << text.substr(0, 100);
 }
 
-// A declaration of parameter entities, five levels of ten references to the level before, that libxml2 is
-// busy with for hours.
-string endless() {
-  string text = "<!DOCTYPE l [<!ENTITY % a '&#37;x;&#37;x;'>";
-  for (char level = 'b'; level < 'g'; ++level) {
-    text += string("<!ENTITY % ") + level + " '";
-    for (int i = 0; i < 10; ++i) text += string("%") + static_cast<char>(level - 1) + ";";
-    text += "'>";
-  }
-  return text + "%f;]><lsql/>";
-}
-
 TEST(RequestCheck, NoEncodingHidesADocumentType) {
-  const string plain = endless();
+  const string plain = "<!DOCTYPE l [<!ENTITY % a '&#37;x;'>%a;]><lsql/>";
   EXPECT_EQ(fault_of(plain), RequestFault::document_type);
   for (const char *encoding : {"UTF-7", "UTF-16LE", "UTF-16BE", "UTF-16", "UCS-4LE", "EBCDIC-US", "IBM037",
                                "ISO-2022-JP", "SHIFT_JIS", "GB18030", "ISO-8859-15", "IBM1047"}) {

@@ -1,8 +1,7 @@
 // The text of a result, held against a document of libxml2 with the same content.
 #include "query/result.hpp"
 
-#include "xml/handles.hpp"
-#include "xml/nodes.hpp"
+#include "common/xml.hpp"
 #include <gtest/gtest.h>
 #include <random>
 
@@ -30,13 +29,7 @@ public:
     vorn::add_element(root_, "rc", std::to_string(errors).c_str());
     vorn::add_element(root_, "counter", std::to_string(counter).c_str());
   }
-  string text() const {
-    xmlChar *dump = nullptr;
-    int size = 0;
-    xmlDocDumpMemory(document_.get(), &dump, &size);
-    const vorn::XmlText owner(dump);
-    return vorn::text_of(dump);
-  }
+  string text() const { return vorn::dump(document_); }
 
 private:
   vorn::XmlDocument document_{vorn::new_document("lsql_result")};
@@ -45,11 +38,13 @@ private:
 };
 
 string random_text(std::mt19937 &random) {
-  static const char *const pieces[] = {"<",   "&",      "\"",     "\n",         "\r", "a",
-                                       "b c", "\u00e9", "\u20ac", "\U0001f600", "\1", "\xff"};
+  static const char *const pieces[] = {
+      "<",      ">",      "&",      "\"",         "'",          "\t",     "\n",     "\r",     " ",
+      "a",      "]",      "\x7f",   "&amp;",      "\u0085",     "\u00e9", "\u07ff", "\u0800", "\u20ac",
+      "\ud7ff", "\ue000", "\ufffd", "\U00010000", "\U0010ffff", "\1",     "\xff"};
   string text;
   for (auto length = random() % 4; length > 0; --length)
-    text += pieces[random() % (random() % 8 ? std::size(pieces) - 2 : std::size(pieces))];
+    text += pieces[random() % (std::size(pieces) - (random() % 8 ? 2 : 0))];
   return text;
 }
 

@@ -1,5 +1,3 @@
-#include "commit/providers.h"
-#include "commit/refresher.h"
 #include "common/log.hpp"
 #include "common/schema.hpp"
 #include "config/running.hpp"
@@ -14,7 +12,6 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
-#include <random>
 #include <sys/ioctl.h>
 
 namespace {
@@ -100,44 +97,6 @@ TEST_F(Utilities, EveryLineOfATableIsAnUpdate) {
     EXPECT_EQ(radios(), c.radios) << c.text;
   }
   EXPECT_NE(log.take().find("A line of values for class \"radio\" is too long.\n"), string::npos);
-}
-
-// What strangers can have a part in: names of networks and of clients.
-TEST_F(Utilities, FieldsCannotBecomeAnythingButValues) {
-  add(all, "system", nullptr, {{"host", "ap"}});
-  static const char *columns[] = {"*name", "power", nullptr};
-  static string attack;
-  vorn_refresher *refresher = vorn_refresher_new("radio");
-  vorn_refresher_set_property_fn(refresher, "power",
-                                 [](vorn_instance *radio, const char *name, vorn_refresh_info *) {
-                                   string line = attack;
-                                   vorn_util_put2object(line.data(), columns, "radio");
-                                   return vorn_instance_get_value(radio, name);
-                                 });
-  vorn_provider *provider = vorn_provider_new("radio");
-  vorn_provider_set_refresh_fn(provider, vorn_refresher_fn, refresher);
-  vorn_providers_add(provider);
-  vorn_providers_done_adding();
-  const string breakout = "x</power></radio></update><delete><radio/></delete><update><system><host>";
-  const std::pair<string, string> cases[] = {
-      // the line; the power of r
-      {"r " + breakout, breakout},
-      {"r \"x</power><mode>9</mode><power>\"", "x</power><mode>9</mode><power>"},
-      {"\"r' name='s\" 5", "1"},
-      {"r&quot;&gt;</radio></update><delete><radio/></delete><update><radio> 5", "1"},
-      {"r &#60;/power>&lt;mode>", "</power><mode>"},
-      {"r <![CDATA[</power>]]><!--<?x", "<![CDATA[</power>]]><!--<?x"},
-  };
-  for (const auto &[line, power] : cases) {
-    attack = line + "\n";
-    const vorn::CString reply(
-        vorn_query_eval("<lsql><select><radio><power/><mode/></radio></select></lsql>"));
-    EXPECT_NE(string(reply.get()).find("<counter>2</counter>"), string::npos);
-    EXPECT_EQ(all_names(all), "radio:r,radio:s,system") << line;
-    EXPECT_EQ(radios(), "1 " + power + " 2 1 ") << line;
-    vorn_instance_set_value(vorn_instances_get(all, "radio", "r"), "power", "1");
-  }
-  EXPECT_EQ(log.take(), "");
 }
 
 int reads;
@@ -238,38 +197,6 @@ TEST_F(Utilities, WalksFindRegularFilesWhateverNamesTheyMeet) {
   EXPECT_EQ(walk(folder + "/absent/*"), Set());
   EXPECT_EQ(walk(folder + string(80, '/') + "*"), Set());
   EXPECT_NE(log.take().find("is too long"), string::npos);
-}
-
-TEST_F(Utilities, RandomStatusFilesSetTheirValuesAndNoOthers) {
-  std::mt19937 random(4711); // the same ones each time
-  static const char *const pieces[] = {
-      "<",    ">",     "&",    "\"",     "'",      "/",   " ",        "  ",       "=",        "#",    "*",
-      "r",    "&amp;", "&#0;", "&#60;",  "]]>",    "-->", "</power>", "<delete>", "<radio/>", "\x01", "\xc3",
-      "\xff", "<?",    "<!--", "\ufffe", "<lsql>", "\t",  "\r",       "<where>",  "<mode>9",  "s"};
-  const char *keys[] = {"speed", "load", nullptr}, *columns[] = {"*name", "power", "mode", nullptr};
-  for (int round = 0; round < 1000; ++round) {
-    string value;
-    for (auto left = random() % 40; left > 0; --left)
-      value += random() % 16 ? string(pieces[random() % std::size(pieces)])
-                             : string(1, static_cast<char>(random()));
-    for (size_t at; (at = value.find('\n')) != string::npos;) value.erase(at, 1);
-    const string path = write("random", "speed=" + value + "\nload=" + std::to_string(round) + "\n");
-    const size_t room = random() % 8 ? 8000 : random() % 300;
-    const auto out = std::make_unique<char[]>(room + 1); // whatever is written past it is seen
-    vorn_util_add_line_from_proc(out.get(), static_cast<int>(room), path.c_str(), "r ", keys);
-    EXPECT_LE(strlen(out.get()), room);
-    string table = string(room == 8000 ? out.get() : "r 1 1\n") + "s 2 2\n";
-    vorn_util_put2object(table.data(), columns, "radio");
-    // However hostile the first value, the second one and the next line find their places.
-    const string mode = vorn_instance_get_value(vorn_instances_get(all, "radio", "r"), "mode");
-    ASSERT_TRUE(room < 8000 || mode == std::to_string(round)) << value;
-    ASSERT_TRUE(radios().ends_with(" 2 2 "));
-    vorn_util_put2object(value.data(), columns + round % 3, "radio");
-    ASSERT_EQ(all_names(all), "radio:r,radio:s");
-    vorn_util_url_decode(value.data());
-    vorn_instance_set_value(vorn_instances_get(all, "radio", "s"), "mode", "?");
-  }
-  EXPECT_EQ(log.take().find("Invalid"), string::npos);
 }
 
 TEST(Util, UrlDecodingTakesTwoHexadecimalDigits) {
