@@ -40,7 +40,7 @@ private:
   }
 
   std::list<Place> places_{};
-  KeyedTable<std::list<Place>::iterator> positions_{8}; // by address
+  KeyedTable<std::list<Place>::iterator> positions_{1}; // by address
 };
 
 Before::Before(vorn_changes &changes, const vorn_instances &now)

@@ -47,7 +47,7 @@ private:
 
   vorn_changes &changes_;
   bool was_empty_;
-  Stores stores_{8};                                       // of the classes that were asked for
+  Stores stores_{1};                                       // of the classes that were asked for
   std::optional<std::vector<const vorn_class *>> order_{}; // of the classes, when it may be another now
   std::vector<Departure> departures_{};
   size_t expected_ = 0;

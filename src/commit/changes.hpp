@@ -70,7 +70,7 @@ private:
   using Records = vorn::KeyedTable<Record>;
   Records::Entry *entry_of(vorn_instance &instance) const noexcept;
 
-  Records records_{8}; // by the address of an instance
+  Records records_{1}; // by the address of an instance
   std::vector<vorn::OwnedInstance> copies_{};
   vorn::Before before_;
   const vorn::Watcher *outer_; // the recorder over the same collection that was innermost before

@@ -15,14 +15,14 @@ using vorn::NameSet;
 // The properties that are asked for of one instance, or of every instance.
 struct InstanceRequest {
   bool all_properties = false;
-  NameSet properties{4};
+  NameSet properties{1};
 
   bool asks_for(const char *property) const { return all_properties || properties.find(property); }
 };
 
 // What is asked for of one class.
 struct ClassRequest {
-  KeyedTable<InstanceRequest> named{8}; // by instance name
+  KeyedTable<InstanceRequest> named{1}; // by instance name
   std::optional<InstanceRequest> every{};
 
   // The request of a name, or of every instance for null.
@@ -66,7 +66,7 @@ void print_class(const ClassRequest &request, FILE *stream) {
 
 struct vorn_refresh_info {
   vorn_instances *instances;
-  KeyedTable<ClassRequest> classes{8};
+  KeyedTable<ClassRequest> classes{1};
   void *data = nullptr;
 };
 

@@ -83,15 +83,6 @@ Acceptance without_connection(int listener, const char *who, int error) {
   }
 }
 
-Received received(int fd, char *buffer, size_t size, int flags) {
-  ssize_t count;
-  do count = recv(fd, buffer, size, MSG_DONTWAIT | flags);
-  while (count < 0 && errno == EINTR);
-  if (count > 0) return {Received::State::data, {buffer, static_cast<size_t>(count)}};
-  const bool later = count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK);
-  return {later ? Received::State::nothing_yet : Received::State::closed, {}};
-}
-
 } // namespace
 
 void keep_spare_descriptor() noexcept {
@@ -100,20 +91,14 @@ void keep_spare_descriptor() noexcept {
 
 Acceptance accept_connection(int listener, const char *who, Descriptor &client) noexcept {
   keep_spare_descriptor(); // it may have been lost to somebody else
-  client.reset(accept(listener, nullptr, nullptr));
+  client.reset(accept4(listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
   if (!client) return without_connection(listener, who, errno);
   if (client.get() >= FD_SETSIZE) { // the loop cannot hold it
     client.reset();
     add_failure(who, EMFILE, 1);
     return Acceptance::turned_away;
   }
-  if (fcntl(client.get(), F_SETFD, FD_CLOEXEC) < 0) {
-    report(who, "fcntl");
-    client.reset();
-  } else if (vorn_socket_set_nonblock(client.get()) != 0) {
-    client.release(); // reported and closed there
-  }
-  return client ? Acceptance::taken : Acceptance::turned_away;
+  return Acceptance::taken;
 }
 
 void keep_alive(int fd) noexcept {
@@ -125,9 +110,14 @@ void keep_alive(int fd) noexcept {
   setsockopt(fd, IPPROTO_TCP, TCP_KEEPCNT, &keep_alive_probes, sizeof keep_alive_probes);
 }
 
-Received receive(int fd, char *buffer, size_t size) noexcept { return received(fd, buffer, size, 0); }
-
-Received peek(int fd, char *buffer, size_t size) noexcept { return received(fd, buffer, size, MSG_PEEK); }
+Received receive(int fd, char *buffer, size_t size) noexcept {
+  ssize_t count;
+  do count = recv(fd, buffer, size, MSG_DONTWAIT);
+  while (count < 0 && errno == EINTR);
+  if (count > 0) return {Received::State::data, {buffer, static_cast<size_t>(count)}};
+  const bool later = count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK);
+  return {later ? Received::State::nothing_yet : Received::State::closed, {}};
+}
 
 bool is_readable(int fd) noexcept {
   pollfd state = {fd, POLLIN, 0};

@@ -34,7 +34,6 @@ struct Received {
 Received receive(int fd, char *buffer, size_t size) noexcept;
 
 // The same, but what was read stays to be read again.
-Received peek(int fd, char *buffer, size_t size) noexcept;
 
 // Tells whether bytes, connections or the end of the stream wait to be read. Whoever was silent by the clock
 // may just not have been listened to.

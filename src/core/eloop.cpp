@@ -79,8 +79,7 @@ void catch_signal(int number) {
   }
 }
 
-bool sweep_is_due() {
-  const Ticks moment = now();
+bool sweep_is_due(Ticks moment) {
   if (loop->last_sweep == 0) loop->last_sweep = moment;
   const auto interval = static_cast<int32_t>(ticks_of(signal_sweep_seconds, 0));
   if (ticks_until(moment, loop->last_sweep) <= interval) return false;
@@ -88,8 +87,8 @@ bool sweep_is_due() {
   return true;
 }
 
-void dispatch_signals() {
-  const bool sweep = sweep_is_due();
+void dispatch_signals(Ticks moment) {
+  const bool sweep = sweep_is_due(moment);
   if (!sweep && pending_signals == 0) return;
   pending_signals = 0;
   // By index: a handler may register further signals.
@@ -101,8 +100,8 @@ void dispatch_signals() {
   }
 }
 
-void dispatch_timeout() {
-  if (loop->timeouts.empty() || ticks_until(loop->timeouts.front().expiry, now()) > 0) return;
+void dispatch_timeout(Ticks moment) {
+  if (loop->timeouts.empty() || ticks_until(loop->timeouts.front().expiry, moment) > 0) return;
   const Timeout due = loop->timeouts.front();
   loop->timeouts.pop_front();
   due.handler(due.eloop_data, due.user_data);
@@ -212,8 +211,9 @@ bool vorn::run_loop_once() noexcept {
     perror("select");
     return false;
   }
-  dispatch_signals();
-  dispatch_timeout();
+  const Ticks moment = now();
+  dispatch_signals(moment);
+  dispatch_timeout(moment);
   if (count > 0) dispatch_readers(ready, last_waited_for);
   return true;
 }

@@ -118,6 +118,7 @@ public:
   ~KeyedTable() {
     clear();
     while (walkers_) walkers_->leave();
+    if (buckets_ != &only_) delete[] buckets_;
   }
 
   size_t size() const noexcept { return size_; }
@@ -145,7 +146,7 @@ public:
 
   // Makes sure that the table can take an entry over without memory. Throws std::bad_alloc.
   void prepare_to_take() {
-    if (!buckets_) buckets_.reset(new Entry *[mask_ + 1]());
+    if (!buckets_) buckets_ = mask_ > 0 ? new Entry *[mask_ + 1]() : &only_;
   }
 
   // Copies an entry of another table, whose key must not be present here, with another value.
@@ -189,7 +190,7 @@ public:
     ends_.previous = ends_.next = &ends_;
     for (Iterator *walker = walkers_; walker; walker = walker->following_) walker->next_ = &ends_;
     size_ = 0;
-    if (buckets_) std::fill_n(buckets_.get(), mask_ + 1, nullptr);
+    if (buckets_) std::fill_n(buckets_, mask_ + 1, nullptr);
   }
 
   Iterator iterate() const noexcept { return Iterator(*this, ends_.next, false); }
@@ -249,9 +250,9 @@ private:
 
   template <class... Arguments> Entry *append(uint32_t hash, std::string_view key, Arguments &&...arguments) {
     // First what may throw: a refused entry leaves not even buckets.
-    std::unique_ptr<Entry *[]> first_buckets(buckets_ ? nullptr : new Entry *[mask_ + 1]());
+    std::unique_ptr<Entry *[]> first_buckets(buckets_ || mask_ == 0 ? nullptr : new Entry *[mask_ + 1]());
     Entry *entry = make_entry(hash, key, std::forward<Arguments>(arguments)...);
-    if (first_buckets) buckets_ = std::move(first_buckets);
+    if (!buckets_) buckets_ = first_buckets ? first_buckets.release() : &only_;
     adopt(entry);
     return entry;
   }
@@ -266,11 +267,12 @@ private:
   // Doubles the buckets. Without memory for that the table stays as it is, only with longer chains.
   void grow() noexcept {
     const size_t count = 2 * (mask_ + 1);
-    std::unique_ptr<Entry *[]> buckets(new (std::nothrow) Entry *[count]());
+    auto **const buckets = new (std::nothrow) Entry *[count]();
     if (!buckets) return;
     mask_ = count - 1;
     for (Entry &entry : *this) entry.chain_ = std::exchange(buckets[entry.hash_ & mask_], &entry);
-    buckets_ = std::move(buckets);
+    if (buckets_ != &only_) delete[] buckets_;
+    buckets_ = buckets;
   }
 
   void link_at_end(Entry *entry) noexcept {
@@ -302,7 +304,8 @@ private:
   Links ends_{&ends_, &ends_}; // the order's first and last entry
   size_t size_ = 0;
   size_t mask_;                         // the number of buckets less one
-  std::unique_ptr<Entry *[]> buckets_;  // none until something comes in
+  Entry **buckets_ = nullptr;           // none until something comes in
+  Entry *only_ = nullptr;               // the bucket of a table that has one
   mutable Iterator *walkers_ = nullptr; // the iterators that stand in it
 };
 

@@ -19,12 +19,13 @@ bool Listener::open(Descriptor socket, const Owner &owner) noexcept {
 
 void Listener::somebody_comes(int, void *listener_data, void *) {
   Listener &listener = *static_cast<Listener *>(listener_data);
-  for (size_t i = 0; i < accepts_a_pass && listener.take_one(); ++i) continue;
+  size_t count = 1;
+  while (listener.take_one() && count++ < accepts_a_pass)
+    if (!is_readable(listener.socket_.get())) break; // nobody has to make room
 }
 
 // Returns whether there may be another one to take.
 bool Listener::take_one() {
-  if (!is_readable(socket_.get())) return false; // nobody has to make room
   if (const unsigned milliseconds = owner_.make_room(owner_.data)) {
     wait(milliseconds);
     return false;

@@ -53,7 +53,7 @@ public:
   }
 
 private:
-  Members members_{8};
+  Members members_{1};
 };
 
 class UniqueNamedStore final : public PlainStore {
@@ -90,7 +90,7 @@ private:
     auto *entry = instance.name ? names_.find(instance.name) : nullptr;
     return entry && entry->value == &instance ? entry : nullptr;
   }
-  UniqueNames names_{8};
+  UniqueNames names_{1};
 };
 
 class GroupNamedStore final : public PlainStore {
@@ -100,7 +100,7 @@ public:
     if (!instance->name) return refuse_aloud("Group-named instance must have a name.\n");
     auto *group = groups_.find(instance->name);
     if (group) return group->value.insert(address_key(instance), instance) != nullptr;
-    group = groups_.insert(instance->name, size_t{4});
+    group = groups_.insert(instance->name, size_t{1});
     try {
       return group->value.insert(address_key(instance), instance) != nullptr;
     } catch (...) {
@@ -151,7 +151,7 @@ private:
   Groups::Entry *group_of(const vorn_instance &instance) const noexcept {
     return instance.name ? groups_.find(instance.name) : nullptr;
   }
-  Groups groups_{8};
+  Groups groups_{1};
 };
 
 } // namespace

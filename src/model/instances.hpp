@@ -44,7 +44,7 @@ struct vorn_instances {
   // Whether the very instance is one of its own.
   bool holds(vorn_instance &instance) const noexcept;
 
-  vorn::Stores stores{8};
+  vorn::Stores stores{1};
   vorn::Source *source = nullptr;          // of one that has no stores itself
   std::unique_ptr<vorn::Overlay> overlay;  // which is the source of a transaction's
   const vorn::Watcher *recorder = nullptr; // the newest one that is made over it

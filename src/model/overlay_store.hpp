@@ -96,10 +96,10 @@ private:
   void replace_below(PlainStore &below, Substitutes::Entry &entry) noexcept;
 
   vorn_instances &base_;
-  Substitutes substitutes_{8};             // by the address of the instance below, in the order of removal
-  KeyedTable<vorn_instance *> origins_{8}; // by the address of its own
+  Substitutes substitutes_{1};             // by the address of the instance below, in the order of removal
+  KeyedTable<vorn_instance *> origins_{1}; // by the address of its own
   std::unique_ptr<PlainStore> added_;      // null in the end
-  NameSet in_place_{8};                    // names of groups that are below
+  NameSet in_place_{1};                    // names of groups that are below
   bool detached_;
 };
 

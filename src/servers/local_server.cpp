@@ -71,7 +71,7 @@ void LocalServer::take(Descriptor socket, void *server_data) {
   LocalServer &server = *static_cast<LocalServer *>(server_data);
   Client &client = server.clients_.emplace_back(Client{server, std::move(socket)});
   if (eloop_register_read_sock(client.socket.get(), client_is_readable, &client, nullptr) == 0)
-    server.restart_timeout(client);
+    server.restart_timeout(client); // its request waits for the next pass: who came before is served before
   else
     server.clients_.pop_back();
 }

@@ -41,6 +41,7 @@ constexpr char terminator = 0x13;
 struct Slot {
   Descriptor socket{};
   std::string request{}; // what has come of one, from its "<" on
+  std::string ahead{};   // what has come after it, for the next pass
   bool replying = false;
   Clock::time_point last_sign{};
 
@@ -55,10 +56,12 @@ struct Server {
 Immortal<Server> server;
 
 void request_is_late(void *slot, void *);
+void take_ahead(void *slot, void *);
 
 void end_connection(Slot &slot) {
   const int fd = slot.socket.get();
   eloop_cancel_timeout(request_is_late, &slot, nullptr);
+  eloop_cancel_timeout(take_ahead, &slot, nullptr);
   outbox_forget(fd);
   eloop_unregister_read_sock(fd);
   slot.clear();
@@ -68,11 +71,16 @@ void end_connection(Slot &slot) {
 
 void connection_is_readable(int, void *slot, void *);
 
+// Has the loop go on with what has come already, in its next pass. False without memory.
+bool go_on(Slot &slot) {
+  return slot.ahead.empty() || slot.replying || eloop_register_timeout(0, 0, take_ahead, &slot, nullptr) == 0;
+}
+
 void reply_is_over(int fd, bool sent, void *slot_data) {
   Slot &slot = *static_cast<Slot *>(slot_data);
   slot.replying = false;
   slot.last_sign = Clock::now();
-  if (!sent || eloop_register_read_sock(fd, connection_is_readable, &slot, nullptr) != 0)
+  if (!sent || eloop_register_read_sock(fd, connection_is_readable, &slot, nullptr) != 0 || !go_on(slot))
     end_connection(slot);
 }
 
@@ -129,7 +137,7 @@ void restart_timeout(Slot &slot) {
 
 void request_is_late(void *slot_data, void *) {
   Slot &slot = *static_cast<Slot *>(slot_data);
-  if (is_readable(slot.socket.get())) {
+  if (!slot.ahead.empty() || is_readable(slot.socket.get())) {
     restart_timeout(slot);
     return;
   }
@@ -137,19 +145,33 @@ void request_is_late(void *slot_data, void *) {
   end_connection(slot);
 }
 
-// What is not taken yet stays with the kernel, which tells of it again in the next pass.
+void take_one_request(Slot &slot, std::string_view bytes) {
+  const size_t count = through_request(bytes, !slot.request.empty());
+  const bool kept = guarded(false, [&] {
+    slot.ahead = bytes.substr(count);
+    return true;
+  });
+  take_bytes(slot, bytes.substr(0, count));
+  if (!slot.socket) return;
+  restart_timeout(slot);
+  if (!kept || !go_on(slot)) end_connection(slot);
+}
+
+void take_ahead(void *slot_data, void *) {
+  Slot &slot = *static_cast<Slot *>(slot_data);
+  take_one_request(slot, std::exchange(slot.ahead, {}));
+}
+
+// While something has come that is not taken yet, the rest stays with the kernel.
 void connection_is_readable(int fd, void *slot_data, void *) {
   Slot &slot = *static_cast<Slot *>(slot_data);
+  if (!slot.ahead.empty()) return;
   char buffer[4096];
-  Received input = peek(fd, buffer, sizeof buffer);
-  if (input.state == Received::State::data)
-    input = receive(fd, buffer, through_request(input.bytes, !slot.request.empty()));
-  if (input.state == Received::State::closed) {
+  const Received input = receive(fd, buffer, sizeof buffer);
+  if (input.state == Received::State::closed)
     end_connection(slot);
-    return;
-  }
-  take_bytes(slot, input.bytes);
-  if (slot.socket) restart_timeout(slot);
+  else
+    take_one_request(slot, input.bytes);
 }
 
 // Returns a free place, or null when all are taken.
@@ -160,7 +182,7 @@ Slot *free_slot() {
 }
 
 bool may_be_dropped(const Slot &slot) {
-  return !slot.replying && slot.request.empty() &&
+  return !slot.replying && slot.request.empty() && slot.ahead.empty() &&
          Clock::now() - slot.last_sign >= std::chrono::seconds(lsql_idle_seconds) &&
          !is_readable(slot.socket.get());
 }
