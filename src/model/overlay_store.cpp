@@ -73,6 +73,7 @@ vorn_instance *OverlayStore::own(vorn_instance *shown) {
   auto *entry = substitutes_.find_or_insert(address_key(shown));
   origins_.insert(address_key(own), shown);
   entry->value.own = std::move(copy);
+  own->was_added = 1;
   return own;
 }
 
