@@ -110,6 +110,7 @@ void Overlay::was_set(vorn_instance &instance, const vorn_property &property) no
 
 void Overlay::will_join(vorn_instances &instances, vorn_instance &instance) {
   if (&instances != &base_ || is_applied_) return;
+  if (OverlayStore *store = overlay_store(*instance.cls)) store->expect(instance);
   const auto displaces = [&](const vorn_class &cls) {
     const OverlayStore *store = overlay_store(cls);
     return store && store->displaces(instance);
@@ -153,10 +154,13 @@ void Overlay::apply_class(vorn_instances &collection, OverlayStore &changes) noe
   const auto stays = [&](vorn_instance &own, vorn_instance &original) {
     after_change([&](Watcher &watcher) { watcher.was_replaced(collection, own, original); });
   };
+  const auto replaced = [&](vorn_instance &instance, vorn_instance &by) {
+    after_change([&](Watcher &watcher) { watcher.was_replaced(base_, instance, by); });
+  };
   const auto leaves = [&](vorn_instance &instance, vorn_instance *predecessor) {
     after_change([&](Watcher &watcher) { watcher.has_left(base_, instance, predecessor); });
   };
-  changes.apply(static_cast<PlainStore &>(*below->value), stays, leaves);
+  changes.apply(static_cast<PlainStore &>(*below->value), stays, replaced, leaves);
 }
 
 std::unique_ptr<Overlay> Overlay::apply(vorn_instances &collection) noexcept {
