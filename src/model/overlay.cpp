@@ -18,7 +18,8 @@ OverlayStore *Overlay::overlay_store(const vorn_class &cls) const noexcept {
 }
 
 bool Overlay::is_dropped(const vorn_class &cls) const noexcept {
-  return !dropped_.empty() && dropped_.find(cls.name.c_str());
+  const auto *entry = dropped_.empty() ? nullptr : dropped_.find(cls.name.c_str());
+  return entry && entry->value;
 }
 
 vorn_instance *Overlay::known_as(vorn_instance &below) const noexcept {
@@ -119,7 +120,7 @@ void Overlay::will_join(vorn_instances &instances, vorn_instance &instance) {
   if (const vorn_class *family = instance.cls->superclass)
     for (const auto &subclass : family->subclasses) displaced = displaced || displaces(*subclass.value);
   if (!displaced) return;
-  static_cast<OverlayStore *>(store_for(*instance.cls))->hide(instance);
+  if (!is_dropped(*instance.cls)) static_cast<OverlayStore *>(store_for(*instance.cls))->hide(instance);
   fault_ = Fault::conflict;
 }
 
@@ -139,6 +140,7 @@ void Overlay::will_drop(vorn_instances &instances, const vorn_class &cls) {
 }
 
 void Overlay::drops(vorn_instances &instances, const vorn_class &cls) noexcept {
+  if (instances.overlay.get() == this) dropped_.find(cls.name.c_str())->value = true;
   if (OverlayStore *store = below(instances, cls)) store->forget_all();
 }
 
@@ -168,7 +170,7 @@ std::unique_ptr<Overlay> Overlay::apply(vorn_instances &collection) noexcept {
   Stores &below = overlay.base_.stores, &changed = overlay.stores_;
   overlay.is_applied_ = true;
   for (const auto &name : overlay.dropped_) {
-    auto *dropped = below.find(name.name());
+    auto *dropped = name.value ? below.find(name.name()) : nullptr;
     if (!dropped) continue;
     dropped->value->delete_instances();
     below.remove(dropped);

@@ -255,6 +255,8 @@ void History::end_recorder(Collection &of) {
 }
 
 void History::begin_transaction() {
+  // A change below that a watcher of the transaction refuses would stay in an older recorder's lists.
+  if (scarce_ && !base_->recorders.empty()) return;
   note("begin", *base_);
   vorn::OwnedInstances made;
   if (!done([&] { return (made = vorn::share(*base_->real)) != nullptr; })) return;
@@ -267,7 +269,8 @@ void History::end_transaction() {
   Collection &of = *transaction_;
   const bool conflict = of.real->overlay->fault() == vorn::Overlay::Fault::conflict;
   const bool memory = of.real->overlay->fault() == vorn::Overlay::Fault::memory;
-  if (!memory) expect(conflict == of.has_conflict, "a conflict as expected");
+  // An addition below that is refused later may leave the conflict.
+  if (!memory && !scarce_) expect(conflict == of.has_conflict, "a conflict as expected");
   for (Walk &walk : walks_) vorn_instances_delete_iterator(walk.real);
   walks_.clear();
   base_->transaction = nullptr;
@@ -388,15 +391,19 @@ void History::check(Collection &of, bool whole) {
     equal(text_of(wanted), printed(vorn_instances_print, of.real), "the collection");
   expect(vorn_instances_is_empty(of.real) == all_of(wanted).empty(), "whether it is empty");
   for (Recorder *recorder : of.recorders) {
-    equal("Changed (updated or inserted) instances:\n" + text_of(recorder->changed) +
-              "\nDeleted instances:\n" + text_of(recorder->deleted) + "\n",
-          printed(vorn_changes_print, recorder->real), "changes");
-    expect(vorn_instances_is_empty(vorn_changes_get_before(recorder->real)) ==
-               all_of(recorder->before).empty(),
+    const std::string changes = "Changed (updated or inserted) instances:\n" + text_of(recorder->changed) +
+                                "\nDeleted instances:\n" + text_of(recorder->deleted) + "\n";
+    // A refused addition may leave its class a place in a list.
+    if (!scarce_) equal(changes, printed(vorn_changes_print, recorder->real), "changes");
+    expect(vorn_instances_is_empty(vorn_changes_get_before(recorder->real)) == all_of(recorder->before).empty(),
            "whether it was empty");
-    check_list(all_of(recorder->changed), vorn_changes_new_class_instances_iterator(recorder->real, nullptr));
-    check_list(all_of(recorder->deleted),
-               vorn_changes_new_deleted_class_instances_iterator(recorder->real, nullptr));
+    for (const auto &[cls, properties] : kinds) {
+      const Items *changed = find(recorder->changed, cls), *deleted = find(recorder->deleted, cls);
+      const auto it = vorn_changes_new_class_instances_iterator(recorder->real, cls.c_str());
+      check_list(changed ? *changed : Items(), it);
+      const auto gone = vorn_changes_new_deleted_class_instances_iterator(recorder->real, cls.c_str());
+      check_list(deleted ? *deleted : Items(), gone);
+    }
   }
   for (Walk &walk : walks_) {
     const Items all = all_of(wanted);
