@@ -121,7 +121,7 @@ bool vorn_changes::concerns(const vorn_instances &instances) const noexcept {
 // What an inserted instance carried when it came is its change; a transaction's base is not its own.
 bool vorn_changes::is_to_record(vorn_instance &instance, const Record &record) const noexcept {
   return is_innermost() && !record.gone && !record.inserted &&
-         (!watched->overlay || watched->holds(instance));
+         (!watched->overlay || !watched->overlay->base().holds(instance));
 }
 
 void vorn_changes::will_set(vorn_instance &instance, const vorn_property &property) {

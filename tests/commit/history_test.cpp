@@ -136,8 +136,10 @@ vorn_instance *History::shown(Collection &of, const ItemPtr &item) {
 
 bool History::take_handle(Collection &of, const ItemPtr &item) {
   if (item->real) return true;
-  vorn_instance *below = shown(of, item), *own = nullptr;
-  if (!done([&] { return (own = &vorn::own(*of.real, *below)) != nullptr; })) return false;
+  vorn_instance *there = shown(of, item), *own = nullptr;
+  expect(there != nullptr, "an instance of the model there");
+  if (!there) return false;
+  if (!done([&] { return (own = &vorn::own(*of.real, *there)) != nullptr; })) return false;
   see(item, own);
   return true;
 }
