@@ -63,6 +63,12 @@ void Before::keep_order() {
   order_ = std::move(order);
 }
 
+void Before::expect_departure() {
+  const size_t size = departures_.size() + expected_ + 1;
+  if (size > departures_.capacity()) departures_.reserve(2 * size);
+  ++expected_;
+}
+
 void Before::note_departure(vorn_instance &instance, vorn_instance *predecessor,
                             vorn_instance *copy) noexcept {
   if (expected_ > 0) --expected_;

@@ -29,8 +29,13 @@ public:
 
   // An instance leaves: its copy as it was, or null, and the one that stood before it. Making room for that
   // throws std::bad_alloc; without room the place is lost.
-  void expect_departure() { departures_.reserve(departures_.size() + ++expected_); }
+  void expect_departure();
   void note_departure(vorn_instance &instance, vorn_instance *predecessor, vorn_instance *copy) noexcept;
+  // A transaction is applied, and its stand-in has taken the place of an instance: what left before may name
+  // that one as its predecessor. Room was made as for a departure.
+  void note_replacement(vorn_instance &instance, vorn_instance &by) noexcept {
+    note_departure(instance, &by, nullptr);
+  }
 
 private:
   struct Departure {

@@ -62,7 +62,8 @@ vorn_instance *vorn_changes::known_as(vorn_instance &instance) const noexcept {
 Record &vorn_changes::remember(vorn_instance &instance) {
   OwnedInstance copy(vorn_instance_copy(&instance));
   if (!copy) throw std::bad_alloc();
-  copies_.reserve(copies_.size() + 1 + copies_.size() / 2);
+  if (copies_.size() == copies_.capacity()) copies_.reserve(2 * copies_.size() + 1);
+  if (watched->overlay) before_.expect_departure(); // it may be replaced
   vorn_instance *const address = &instance;
   auto *entry = records_.insert(vorn::address_key(address), instance.cls, copy.get());
   copies_.push_back(std::move(copy));
@@ -120,7 +121,7 @@ bool vorn_changes::concerns(const vorn_instances &instances) const noexcept {
 // What an inserted instance carried when it came is its change; a transaction's base is not its own.
 bool vorn_changes::is_to_record(vorn_instance &instance, const Record &record) const noexcept {
   return is_innermost() && !record.gone && !record.inserted &&
-         (!watched->overlay || watched->holds(instance));
+         (!watched->overlay || !watched->overlay->base().holds(instance));
 }
 
 void vorn_changes::will_set(vorn_instance &instance, const vorn_property &property) {
@@ -141,6 +142,7 @@ void vorn_changes::was_set(vorn_instance &instance, const vorn_property &propert
 void vorn_changes::will_join(vorn_instances &instances, vorn_instance &instance) {
   if (!concerns(instances)) return;
   if (&instances == watched && is_innermost()) return insert(instance);
+  if (watched->overlay) before_.expect_departure();
   vorn_instance *const address = &instance;
   records_.insert(vorn::address_key(address), instance.cls, nullptr);
 }
@@ -204,6 +206,7 @@ void vorn_changes::will_place(vorn_instances &instances) {
 
 void vorn_changes::was_replaced(vorn_instances &instances, vorn_instance &instance,
                                 vorn_instance &by) noexcept {
+  if (&instances != watched && concerns(instances)) before_.note_replacement(instance, by);
   auto *entry = &instances == watched ? entry_of(instance) : nullptr;
   vorn_instance *const address = &by;
   if (entry) records_.rename(entry, vorn::address_key(address));

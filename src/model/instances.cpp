@@ -117,7 +117,7 @@ void copy_stores(const vorn_instances &from, vorn_instances &to) {
       for (vorn::ClassCursor it = store.value->cursor(); vorn_instance *instance = it.next();) {
         vorn::OwnedInstance copy(vorn_instance_copy(instance));
         if (!copy || !copies.add(copy.get())) return 1;
-        copy.release();
+        copy.release()->was_added = 1;
       }
       return 0;
     });

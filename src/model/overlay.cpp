@@ -18,7 +18,8 @@ OverlayStore *Overlay::overlay_store(const vorn_class &cls) const noexcept {
 }
 
 bool Overlay::is_dropped(const vorn_class &cls) const noexcept {
-  return !dropped_.empty() && dropped_.find(cls.name.c_str());
+  const auto *entry = dropped_.empty() ? nullptr : dropped_.find(cls.name.c_str());
+  return entry && entry->value;
 }
 
 vorn_instance *Overlay::known_as(vorn_instance &below) const noexcept {
@@ -110,6 +111,7 @@ void Overlay::was_set(vorn_instance &instance, const vorn_property &property) no
 
 void Overlay::will_join(vorn_instances &instances, vorn_instance &instance) {
   if (&instances != &base_ || is_applied_) return;
+  if (OverlayStore *store = overlay_store(*instance.cls)) store->expect(instance);
   const auto displaces = [&](const vorn_class &cls) {
     const OverlayStore *store = overlay_store(cls);
     return store && store->displaces(instance);
@@ -118,7 +120,7 @@ void Overlay::will_join(vorn_instances &instances, vorn_instance &instance) {
   if (const vorn_class *family = instance.cls->superclass)
     for (const auto &subclass : family->subclasses) displaced = displaced || displaces(*subclass.value);
   if (!displaced) return;
-  static_cast<OverlayStore *>(store_for(*instance.cls))->hide(instance);
+  if (!is_dropped(*instance.cls)) static_cast<OverlayStore *>(store_for(*instance.cls))->hide(instance);
   fault_ = Fault::conflict;
 }
 
@@ -138,6 +140,7 @@ void Overlay::will_drop(vorn_instances &instances, const vorn_class &cls) {
 }
 
 void Overlay::drops(vorn_instances &instances, const vorn_class &cls) noexcept {
+  if (instances.overlay.get() == this) dropped_.find(cls.name.c_str())->value = true;
   if (OverlayStore *store = below(instances, cls)) store->forget_all();
 }
 
@@ -153,10 +156,13 @@ void Overlay::apply_class(vorn_instances &collection, OverlayStore &changes) noe
   const auto stays = [&](vorn_instance &own, vorn_instance &original) {
     after_change([&](Watcher &watcher) { watcher.was_replaced(collection, own, original); });
   };
+  const auto replaced = [&](vorn_instance &instance, vorn_instance &by) {
+    after_change([&](Watcher &watcher) { watcher.was_replaced(base_, instance, by); });
+  };
   const auto leaves = [&](vorn_instance &instance, vorn_instance *predecessor) {
     after_change([&](Watcher &watcher) { watcher.has_left(base_, instance, predecessor); });
   };
-  changes.apply(static_cast<PlainStore &>(*below->value), stays, leaves);
+  changes.apply(static_cast<PlainStore &>(*below->value), stays, replaced, leaves);
 }
 
 std::unique_ptr<Overlay> Overlay::apply(vorn_instances &collection) noexcept {
@@ -164,7 +170,7 @@ std::unique_ptr<Overlay> Overlay::apply(vorn_instances &collection) noexcept {
   Stores &below = overlay.base_.stores, &changed = overlay.stores_;
   overlay.is_applied_ = true;
   for (const auto &name : overlay.dropped_) {
-    auto *dropped = below.find(name.name());
+    auto *dropped = name.value ? below.find(name.name()) : nullptr;
     if (!dropped) continue;
     dropped->value->delete_instances();
     below.remove(dropped);

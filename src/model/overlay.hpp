@@ -59,9 +59,9 @@ private:
   void apply_class(vorn_instances &collection, OverlayStore &changes) noexcept;
 
   vorn_instances &base_;
-  Stores stores_{1};   // of the classes that were asked for
-  Stores retired_{1};  // of classes that were dropped
-  NameSet dropped_{1}; // classes whose instances below are not seen any more
+  Stores stores_{1};            // of the classes that were asked for
+  Stores retired_{1};           // of classes that were dropped
+  KeyedTable<bool> dropped_{1}; // classes, and whether their instances below are not seen any more
   Fault fault_ = Fault::none;
   bool is_applied_ = false;
 };

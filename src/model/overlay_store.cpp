@@ -73,6 +73,7 @@ vorn_instance *OverlayStore::own(vorn_instance *shown) {
   auto *entry = substitutes_.find_or_insert(address_key(shown));
   origins_.insert(address_key(own), shown);
   entry->value.own = std::move(copy);
+  own->was_added = 1;
   return own;
 }
 
@@ -155,6 +156,11 @@ bool OverlayStore::displaces(const vorn_instance &joining) const noexcept {
   return cls().type == VORN_CLASS_UNIQUE_NAMED && added_->find(joining.name);
 }
 
+void OverlayStore::expect(const vorn_instance &joining) {
+  if (cls().type == VORN_CLASS_GROUP_NAMED && added_->table_group_cursor(joining.name).peek())
+    in_place_.find_or_insert(joining.name);
+}
+
 void OverlayStore::hide(vorn_instance &below) {
   vorn_instance *const address = &below;
   substitutes_.find_or_insert(address_key(address))->value.removed = true;
@@ -184,7 +190,6 @@ void OverlayStore::retire(bool and_instances) noexcept {
 // ---- The end of the transaction ----
 
 void OverlayStore::replace_below(PlainStore &below, Substitutes::Entry &entry) noexcept {
-  if (!entry.value.own) return;
   vorn_instance &replaced = *address_of(entry);
   below.replace(replaced, *entry.value.own.release());
   vorn_instance_delete(&replaced);

@@ -39,6 +39,8 @@ public:
 
   // Whether what was added leaves no place for an instance that joins below.
   bool displaces(const vorn_instance &joining) const noexcept;
+  // What was added to a group goes on after what joins it below. Throws std::bad_alloc.
+  void expect(const vorn_instance &joining);
   // That one is not shown. Throws std::bad_alloc.
   void hide(vorn_instance &below);
 
@@ -58,14 +60,19 @@ public:
   bool is_retired() const noexcept { return !added_; }
 
   // Puts all changes into the store below, which must not be empty, and frees what they replace. Stand-ins
-  // that nobody has changed stay here, and what they stand for stays there: `stays` is called for both, and
-  // `leaves` for each instance that is about to be removed below and the one before it.
-  template <class Stays, class Leaves> void apply(PlainStore &below, Stays stays, Leaves leaves) noexcept {
+  // that nobody has changed stay here, and what they stand for stays there: `stays` is called for both;
+  // `replaced` for an instance below and what takes its place; and `leaves` for each instance that is about
+  // to be removed below and the one before it.
+  template <class Stays, class Replaced, class Leaves>
+  void apply(PlainStore &below, Stays stays, Replaced replaced, Leaves leaves) noexcept {
     for (auto &entry : substitutes_) {
-      if (entry.value.touched)
-        replace_below(below, entry);
-      else if (entry.value.own)
+      if (!entry.value.own) continue;
+      if (!entry.value.touched) {
         stays(*entry.value.own, *address_of(entry));
+        continue;
+      }
+      replaced(*address_of(entry), *entry.value.own);
+      replace_below(below, entry);
     }
     for (const auto &group : in_place_)
       if (extends_group(group.name())) below.absorb_group(*added_, group.name());

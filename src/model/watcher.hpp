@@ -35,7 +35,8 @@ public:
   // A collection that gets a place for a class.
   virtual void will_place(vorn_instances &) = 0;
 
-  // An instance of a transaction that stands in for one of the collection that this one is based on.
+  // A transaction's collection that shows another instance for one of its base; or the base, when that is
+  // applied: there, the other one stands in the place of the first, which is about to be freed.
   virtual void was_replaced(vorn_instances &, vorn_instance &instance, vorn_instance &by) noexcept = 0;
 
   // Call a function for every watcher: the oldest first before a change, the newest first after it.
