@@ -56,12 +56,20 @@ ClassStore *Overlay::store_for(const vorn_class &cls) {
 
 // First the classes of the base, as they come there, then those that are new here.
 const Stores &Overlay::all() {
+  bool in_order = true;
+  auto at = stores_.iterate();
+  for (const auto &below : base_.stores) {
+    if (is_dropped(below.value->cls())) continue;
+    const ClassStore *store = store_for(below.value->cls());
+    const auto *entry = at.next();
+    in_order = in_order && entry && entry->value.get() == store;
+  }
+  if (in_order) return stores_; // walks that stand in it are not led astray
   size_t others = stores_.size();
   for (const auto &below : base_.stores) {
     const vorn_class &cls = below.value->cls();
     if (is_dropped(cls)) continue;
-    if (overlay_store(cls)) --others;
-    store_for(cls);
+    --others;
     stores_.move_to_end(stores_.find(below.name()));
   }
   for (; others > 0; --others) stores_.move_to_end(stores_.iterate().peek());
