@@ -155,7 +155,7 @@ void vorn_changes::will_leave(vorn_instances &instances, vorn_instance &instance
   Record &record = entry ? entry->value : known == &instance ? remember(instance) : *record_of(*known);
   before_.expect_departure();
   if (&instances != watched) return;
-  if (watched->overlay) record.origin = watched->overlay->origin_of(instance);
+  record.origin = watched->overlay ? watched->overlay->origin_of(instance) : nullptr;
   if (is_innermost() && !record.gone) remove(instance, record);
 }
 

@@ -109,6 +109,7 @@ template <class Attempt> bool History::done(Attempt attempt, bool should) {
   }
   short_ = vorn::test::allocations_left == 0;
   vorn::test::allocations_left = -1;
+  if (!did) notes_.back() += " (refused)";
   if (!(should && !did && short_)) expect(did == should, "the outcome as expected");
   return did;
 }
@@ -214,6 +215,8 @@ void History::drop(Collection &of) {
   const std::string cls = any(kinds).first;
   const bool keep = below(2) == 0;
   note((keep ? "remove class " : "delete class ") + cls, of);
+  // A place that was made for the class stays when it is dropped below.
+  if (of.base && of.real->overlay->made(*vorn_classes_get(cls.c_str()))) of.place(cls);
   const auto function = keep ? vorn_instances_remove_class : vorn_instances_delete_class;
   if (!done([&] { return function(of.real, cls.c_str()) == 0; })) return;
   for (const ItemPtr &item : of.drop(cls))
@@ -397,7 +400,8 @@ void History::check(Collection &of, bool whole) {
                                 "\nDeleted instances:\n" + text_of(recorder->deleted) + "\n";
     // A refused addition may leave its class a place in a list.
     if (!scarce_) equal(changes, printed(vorn_changes_print, recorder->real), "changes");
-    expect(vorn_instances_is_empty(vorn_changes_get_before(recorder->real)) == all_of(recorder->before).empty(),
+    expect(vorn_instances_is_empty(vorn_changes_get_before(recorder->real)) ==
+               all_of(recorder->before).empty(),
            "whether it was empty");
     for (const auto &[cls, properties] : kinds) {
       const Items *changed = find(recorder->changed, cls), *deleted = find(recorder->deleted, cls);
