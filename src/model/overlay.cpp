@@ -180,6 +180,8 @@ std::unique_ptr<Overlay> Overlay::apply(vorn_instances &collection) noexcept {
   for (const auto &name : overlay.dropped_) {
     auto *dropped = name.value ? below.find(name.name()) : nullptr;
     if (!dropped) continue;
+    // Some may have joined below since, which the recorders know.
+    after_change([&](Watcher &watcher) { watcher.drops(overlay.base_, dropped->value->cls()); });
     dropped->value->delete_instances();
     below.remove(dropped);
   }
