@@ -97,6 +97,7 @@ vorn_instance &own(vorn_instances &instances, vorn_instance &shown);
 vorn_instance &own_to_change(vorn_instances &instances, vorn_instance &shown);
 
 // Deletion of an instance that a walk shows, in two steps: what throws std::bad_alloc, and what cannot fail.
+// An instance that has just been added needs the second one only.
 void prepare_deletion(vorn_instances &instances, vorn_instance &shown);
 void delete_prepared(vorn_instances &instances, vorn_instance &shown) noexcept;
 

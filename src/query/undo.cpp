@@ -11,8 +11,8 @@ void Undo::take_back() noexcept {
     Change &change = changes_.back();
     if (change.values)
       change.instance->values.swap(*change.values);
-    else if (change.instance && vorn_instances_remove(target_, change.instance) == 0)
-      vorn_instance_delete(change.instance);
+    else if (change.instance)
+      delete_prepared(*target_, *change.instance);
   }
 }
 
