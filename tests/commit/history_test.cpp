@@ -470,6 +470,7 @@ History::~History() {
   free_loose();
 }
 
+// VORN_HISTORIES asks for another number of histories.
 void play(unsigned count, bool scarce) {
   add_all_kinds();
   Log log; // of refusals
