@@ -134,10 +134,10 @@ struct Collection {
         if (shown.contains(item)) here.push_back(shown.at(item));
     }
     for (const Step &step : log) {
-      if (step.kind == Step::drop) test::drop(all, step.cls);
-      if (step.kind == Step::remove) take(all, step.item);
-      if (step.kind == Step::add) put(all, step.item);
-      if (step.kind == Step::place) test::place(all, step.cls);
+      if (step.kind == Step::Kind::drop) test::drop(all, step.cls);
+      if (step.kind == Step::Kind::remove) take(all, step.item);
+      if (step.kind == Step::Kind::add) put(all, step.item);
+      if (step.kind == Step::Kind::place) test::place(all, step.cls);
     }
     return all;
   }
@@ -159,14 +159,14 @@ struct Collection {
     Classes all = now();
     if (test::find(all, cls)) return;
     if (base)
-      log.push_back({Step::place, cls, nullptr});
+      log.push_back({Step::Kind::place, cls, nullptr});
     else
       test::place(classes, cls);
   }
 
   void add(const ItemPtr &item) {
     if (base)
-      log.push_back({Step::add, item->cls, item});
+      log.push_back({Step::Kind::add, item->cls, item});
     else
       put(classes, item);
     if (!recorders.empty()) recorders.back()->insert(item);
@@ -180,7 +180,7 @@ struct Collection {
     if (!base) return take(classes, item);
     // What becomes of its origin is nothing to it any more.
     const ItemPtr left = item->origin ? shown[item->origin] = copy_of(*item) : item;
-    log.push_back({Step::remove, item->cls, left});
+    log.push_back({Step::Kind::remove, item->cls, left});
     item->origin = nullptr;
     item->set_here.clear();
   }
@@ -196,7 +196,7 @@ struct Collection {
       item->origin = nullptr;
       item->set_here.clear();
     }
-    if (base) log.push_back({Step::drop, cls, nullptr});
+    if (base) log.push_back({Step::Kind::drop, cls, nullptr});
     test::drop(classes, cls);
     if (transaction) transaction->class_order_is_open = true;
     return *here;
@@ -225,7 +225,7 @@ struct Collection {
 
 private:
   struct Step {
-    enum Kind { add, remove, drop, place } kind;
+    enum class Kind { add, remove, drop, place } kind;
     std::string cls;
     ItemPtr item;
   };
@@ -243,7 +243,7 @@ private:
     const bool conflicts = !fits(*item);
     has_conflict = has_conflict || conflicts;
     const bool dropped = std::any_of(log.begin(), log.end(), [&](const Step &step) {
-      return step.kind == Step::drop && step.cls == item->cls;
+      return step.kind == Step::Kind::drop && step.cls == item->cls;
     });
     if (!conflicts && !dropped) show(item);
   }

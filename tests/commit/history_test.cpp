@@ -353,7 +353,7 @@ void History::go_on() {
   }
   expect(walk.due.empty(), "a walk complete");
   vorn_instances_delete_iterator(walk.real);
-  walks_.erase(walks_.begin() + index);
+  walks_.erase(std::next(walks_.begin(), static_cast<std::ptrdiff_t>(index)));
 }
 
 // ---- Comparing ----
