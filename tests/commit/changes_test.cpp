@@ -132,7 +132,8 @@ TEST_F(Changes, BelongToTheInnermostRecorder) {
   remove(mine);
   vorn_instance *fresh = add(all, "radio", "fresh");
   EXPECT_EQ(vorn_changes_contains_property(inner, a, "mode"), 1);
-  EXPECT_EQ(names(vorn_changes_new_deleted_class_instances_iterator(inner, "radio")), "radio:gone,radio:mine");
+  EXPECT_EQ(names(vorn_changes_new_deleted_class_instances_iterator(inner, "radio")),
+            "radio:gone,radio:mine");
   vorn_changes_delete(inner);
   EXPECT_EQ(changed("radio") + deleted("radio"), "");
   EXPECT_EQ(vorn_changes_contains_instance(changes, a), 0);

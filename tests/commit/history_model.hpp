@@ -1,6 +1,7 @@
 // A plain model of collections, recorders and transactions: it copies everything at once.
 #pragma once
 
+#include "commit/changes.h"
 #include "model/types.h"
 #include <algorithm>
 #include <map>
