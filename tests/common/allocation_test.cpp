@@ -87,44 +87,6 @@ TEST_F(Allocation, OfClassesPropertiesAndProviders) {
       [](bool) {});
 }
 
-TEST_F(Allocation, OfInstancesAndTheirValues) {
-  expect_all_or_nothing(
-      [] { return vorn_instance_new(vorn_classes_get("radio"), "a name that is not short"); },
-      vorn_instance_delete);
-  vorn_instance *radio = add(all, "radio", "r", {{"mode", "a"}, {"power", "1"}});
-  expect_all_or_nothing([&] { return vorn_instance_copy(radio); }, vorn_instance_delete);
-  expect_all_or_nothing(
-      [&] {
-        const vorn::OwnedInstance sharing(vorn_instance_copy(radio)); // so that the table is copied first
-        return sharing && vorn_instance_set_value(radio, "power", "a value that is not short") == 0;
-      },
-      [&](bool) { vorn_instance_set_value(radio, "power", "1"); });
-}
-
-TEST_F(Allocation, OfCollections) {
-  for (const char *cls : {"system", "server", "radio", "rule", "wire"}) {
-    const bool named = strcmp(cls, "system") != 0 && strcmp(cls, "server") != 0;
-    if (strcmp(cls, "system") != 0) add(all, cls, named ? "kept" : nullptr);
-    expect_all_or_nothing([&] { return add(all, cls, named ? "new" : nullptr); },
-                          [&](vorn_instance *instance) {
-                            ASSERT_NE(instance, nullptr);
-                            vorn_instances_remove(all, instance);
-                            vorn_instance_delete(instance);
-                          });
-  }
-  for (const char *name : {"a", "b", "b"}) add(all, "rule", name);
-  expect_all_or_nothing([&] { return vorn::copy_whole(*all); }, [](const vorn::OwnedInstances &) {});
-  expect_all_or_nothing([&] { return vorn_instances_new_class_iterator(all, "port"); },
-                        vorn_instances_delete_iterator);
-}
-
-TEST_F(Allocation, OfRecorders) {
-  for (const char *name : {"a", "b"}) add(all, "radio", name, {{"mode", "1"}});
-  add(all, "system");
-  expect_all_or_nothing([&] { return vorn_changes_new(all); }, vorn_changes_delete);
-  for (vorn_instances_iterator it(*all); it.has_next();) EXPECT_EQ(it.next()->listener, nullptr);
-}
-
 TEST_F(Allocation, OfWhatPluginsRegisterAndRun) {
   const std::unique_ptr<vorn_committer> committer(vorn_committer_new());
   const std::unique_ptr<vorn_refresher> refresher(vorn_refresher_new("radio"));

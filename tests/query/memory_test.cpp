@@ -83,30 +83,36 @@ struct Memory : testing::Test {
     return text;
   }
 
-  // Evaluates the request on a fresh configuration, with the allocation of that number failing.
+  // Evaluates the request on a fresh configuration, with the allocation of that number failing. Nothing of it
+  // stays: neither of what succeeds nor of what does not.
   static Outcome evaluate(const char *request, bool passive, long failing) {
-    vorn::OwnedInstances filled(vorn_instances_new());
-    vorn::set_running(filled.get());
-    for (const char *name : {"a", "b", "c"})
-      add(filled.get(), "radio", name, {{"mode", "n"}, {"power", "1"}});
-    add(filled.get(), "system", nullptr, {{"host", "ap"}});
-    committed.clear();
-    refreshed.clear();
-    until_failure = failing;
-    has_failed = false;
-    const vorn::CString reply(passive ? vorn_query_eval_passive(request) : vorn_query_eval(request));
-    until_failure = -1;
-    if (vorn_config_get_running() != filled.get()) { // a transaction has replaced it
-      static_cast<void>(filled.release());
-      filled.reset(vorn_config_get_running());
+    for (string *text : {&reply, &state, &committed, &refreshed}) text->clear(), text->reserve(100000);
+    const long blocks = live_blocks;
+    {
+      vorn::OwnedInstances filled(vorn_instances_new());
+      vorn::set_running(filled.get());
+      for (const char *name : {"a", "b", "c"})
+        add(filled.get(), "radio", name, {{"mode", "n"}, {"power", "1"}});
+      add(filled.get(), "system", nullptr, {{"host", "ap"}});
+      until_failure = failing;
+      has_failed = false;
+      const vorn::CString text(passive ? vorn_query_eval_passive(request) : vorn_query_eval(request));
+      until_failure = -1;
+      if (vorn_config_get_running() != filled.get()) { // a transaction has replaced it
+        static_cast<void>(filled.release());
+        filled.reset(vorn_config_get_running());
+      }
+      reply.append(text ? text.get() : "none");
+      state.append(state_of(*filled));
     }
-    return {reply ? reply.get() : "none", state_of(*filled), committed, refreshed};
+    EXPECT_TRUE(live_blocks == blocks || failing < 0) << request << ", allocation " << failing;
+    return {reply, state, committed, refreshed};
   }
 
-  static string committed, refreshed;
+  static string reply, state, committed, refreshed;
   Log log;
 };
-string Memory::committed, Memory::refreshed;
+string Memory::reply, Memory::state, Memory::committed, Memory::refreshed;
 
 TEST_F(Memory, ARequestIsEvaluatedAsItWasSentOrNotAtAll) {
   const struct {
