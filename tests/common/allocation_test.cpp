@@ -87,6 +87,18 @@ TEST_F(Allocation, OfClassesPropertiesAndProviders) {
       [](bool) {});
 }
 
+TEST_F(Allocation, OfInsertions) {
+  for (const char *cls : {"server", "radio", "rule", "wire"}) {
+    const char *const named = strcmp(cls, "server") == 0 ? nullptr : "new";
+    add(all, cls, named ? "kept" : nullptr); // the store is there from now on
+    expect_all_or_nothing([&] { return add(all, cls, named); },
+                          [&](vorn_instance *instance) {
+                            vorn_instances_remove(all, instance);
+                            vorn_instance_delete(instance);
+                          });
+  }
+}
+
 TEST_F(Allocation, OfWhatPluginsRegisterAndRun) {
   const std::unique_ptr<vorn_committer> committer(vorn_committer_new());
   const std::unique_ptr<vorn_refresher> refresher(vorn_refresher_new("radio"));
