@@ -115,16 +115,13 @@ struct Memory : testing::Test {
 string Memory::reply, Memory::state, Memory::committed, Memory::refreshed;
 
 TEST_F(Memory, ARequestIsEvaluatedAsItWasSentOrNotAtAll) {
-  const struct {
-    const char *request;
-    bool passive;
-  } cases[] = {
+  const std::pair<const char *, bool> cases[] = {
+      // and whether it is passive
       {"<lsql origin='web'><update><radio name='b'><power>a value that is not "
        "short</power></radio></update></lsql>",
        false},
       {"<lsql><update><radio><power>2</power><mode/></radio></update><where><eq><property>mode</"
-       "property><value>n"
-       "</value></eq></where></lsql>",
+       "property><value>n</value></eq></where></lsql>",
        false},
       {"<lsql><delete><radio name='b'/></delete></lsql>", false},
       {"<lsql><delete><radio/></delete><where><not><eq><metadata>name</metadata><value>b</value></eq></not></"
@@ -134,8 +131,8 @@ TEST_F(Memory, ARequestIsEvaluatedAsItWasSentOrNotAtAll) {
        "name='d'><mode>x</mode></radio><server><address>1&amp;2</address></server></insert></lsql>",
        false},
       {"<lsql><write-transaction><update><radio><power>2</power></radio></update><delete><radio "
-       "name='a'/></delete>"
-       "<insert><rule name='g'><action>x</action></rule></insert></write-transaction></lsql>",
+       "name='a'/></delete><insert><rule "
+       "name='g'><action>x</action></rule></insert></write-transaction></lsql>",
        false},
       {"<lsql><select><radio name='b' "
        "properties='all'/></select><select><system><host/><place/></system></select></lsql>",
