@@ -91,6 +91,7 @@ TEST_F(Hostile, InformsThatLie) {
     EXPECT_EQ(client.receive(), c.answer) << c.bytes;
   }
   EXPECT_NE(listener.receive('\0').find("wan"), string::npos); // the handler has acted
+  EXPECT_TRUE(contains(Agent::log(), "vorn: Bad inform request.\n"));
   EXPECT_EQ(silent.receive(), "");
   EXPECT_TRUE(silent.ended);
 }

@@ -123,29 +123,6 @@ TEST_F(Life, AClientOfTheRealKindGetsItsReply) {
   }
 }
 
-TEST_F(Life, PlacesOnTheTcpPortsAreLimited) {
-  for (const int port : {8001, 8002}) {
-    std::vector<Connection> clients;
-    for (int i = 0; i < 8; ++i) clients.push_back(port == 8001 ? subscriber() : Connection::tcp(port));
-    if (port == 8002) lsql("<select><system/></select>"); // by now all are accepted
-    Connection ninth = Connection::tcp(port);
-    ninth.send("x");
-    EXPECT_EQ(ninth.receive(), "");
-    clients.pop_back();
-    usleep(100000);
-    clients.push_back(Connection::tcp(port));
-    clients.back().send(port == 8001 ? "x" : string("<lsql/>") + terminator);
-    if (port == 8001) {
-      usleep(100000);
-      lsql("<update><system><host>ap</host></system></update>");
-    }
-    EXPECT_NE(clients.back().receive(port == 8001 ? '\0' : terminator), "");
-    EXPECT_FALSE(clients.back().ended);
-  }
-  EXPECT_NE(Agent::log().find("vorn: Unable to add notify connection.\n"), string::npos);
-  EXPECT_NE(Agent::output().find("vorn: vorn_lsql_new_connection add_connection: "), string::npos);
-}
-
 TEST_F(Life, SignalsCycleTheLevelAndDumpTheState) {
   write_file("/dev/console", "");
   for (int level = 1; level <= 7; ++level) {

@@ -44,18 +44,6 @@ TEST_F(Instances, EachTypeOfClassHasItsRules) {
   vorn_instance_delete(system);
 }
 
-TEST_F(Instances, NamesAreUniqueInAFamily) {
-  vorn_instance *wire = add(all, "wire", "x");
-  EXPECT_EQ(add(all, "air", "x"), nullptr);
-  EXPECT_EQ(vorn_instances_get(all, "port", "x"), wire);
-  EXPECT_EQ(vorn_instances_get(all, "air", "x"), nullptr);
-  EXPECT_NE(add(all, "radio", "x"), nullptr); // not of the family
-  vorn_instances_remove(all, wire);
-  EXPECT_NE(add(all, "air", "x"), nullptr);
-  EXPECT_EQ(log.take(), "");
-  vorn_instance_delete(wire);
-}
-
 TEST_F(Instances, AreListedByStoreByFamilyAndByGroup) {
   for (const char *name : {"b", "a"}) add(all, "air", name);
   add(all, "rule", "g1");
@@ -72,25 +60,6 @@ TEST_F(Instances, AreListedByStoreByFamilyAndByGroup) {
   EXPECT_EQ(class_names(all, "nothing"), "");
   EXPECT_EQ(log.take(), "vorn: Group iterators can only be used on named classes.\n"
                         "vorn: Unknown class \"nothing\".\n");
-}
-
-TEST_F(Instances, WhatAnIteratorHasReturnedMayBeRemoved) {
-  add(all, "system");
-  for (const char *name : {"g1", "g2", "g1", "g3"}) add(all, "rule", name);
-  for (const char *name : {"a", "b"}) add(all, "wire", name);
-  add(all, "air", "c");
-  for (int i = 0; i < 3; ++i) add(all, "server");
-  for (const char *walk : {"rule", "port", static_cast<const char *>(nullptr)}) {
-    vorn_instances_iterator *it = vorn_instances_new_class_iterator(all, walk);
-    while (vorn_instances_iterator_has_next(it)) {
-      vorn_instance *instance = vorn_instances_iterator_next(it);
-      EXPECT_EQ(vorn_instances_remove(all, instance), 0);
-      vorn_instance_delete(instance);
-    }
-    EXPECT_EQ(vorn_instances_iterator_next(it), nullptr);
-    vorn_instances_delete_iterator(it);
-  }
-  EXPECT_EQ(vorn_instances_is_empty(all), 1);
 }
 
 TEST_F(Instances, RemoveGoesByIdentityAndTellsTheListener) {
@@ -134,17 +103,6 @@ TEST_F(Instances, WholeClassesLeaveWithOrWithoutTheirInstances) {
   EXPECT_EQ(vorn_instances_delete_class(all, "nothing"), 1);
   EXPECT_EQ(vorn_instances_is_empty(all), 1);
   for (vorn_instance *instance : kept) EXPECT_EQ(vorn_instance_delete(instance), 0); // still there
-}
-
-TEST_F(Instances, CopyIsDeepAndKeepsTheOrder) {
-  add(all, "rule", "g1", {{"action", "1"}});
-  add(all, "system", nullptr, {{"host", "h"}});
-  for (const char *name : {"g2", "g1"}) add(all, "rule", name);
-  for (const char *address : {"2", "1"}) add(all, "server", nullptr, {{"address", address}});
-  const vorn::OwnedInstances copy(vorn_instances_copy(all));
-  EXPECT_EQ(printed(vorn_instances_print, copy.get()), printed(vorn_instances_print, all));
-  vorn_instance_set_value(vorn_instances_get_singleton(copy.get(), "system"), "host", "other");
-  EXPECT_STREQ(vorn_instance_get_value(vorn_instances_get_singleton(all, "system"), "host"), "h");
 }
 
 } // namespace

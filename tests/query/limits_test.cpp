@@ -90,14 +90,9 @@ int Limits::commits = 0;
 time_t Limits::refresh_seconds = 0;
 
 TEST_F(Limits, WhatKeepsTheParserBusyIsRefusedBeforeIt) {
-  string levels = "<!ENTITY % a 'x'>", tag = "<lsql";
-  for (char level = 'b'; level < 'g'; ++level) {
-    levels += string("<!ENTITY % ") + level + " '" +
-              repeated(string("%") + static_cast<char>(level - 1) + ";", 10) + "'>";
-  }
+  string tag = "<lsql";
   for (int i = 0; i < 40000; ++i) tag += " a" + std::to_string(i) + "=''";
   const std::pair<string, string> cases[] = {
-      {"<!DOCTYPE l [" + levels + "%f;]><lsql/>", "it has a document type declaration"},
       {"<!DOCTYPE lsql><lsql><delete><radio/></delete></lsql>", "it has a document type declaration"},
       {tag + "/>", "a tag has too many attributes"},
       {"<?xml version='1.0' encoding='EBCDIC-US'?><lsql/>",
@@ -198,11 +193,8 @@ TEST_F(Limits, HowLongAnEvaluationTakesPluginsNotCounted) {
   expect_ended("<delete><radio/></delete>", "Request takes too long.");
   seconds_a_look = 0;
   refresh_seconds = 3600;
-  for (auto &cls : {"radio"})
-    vorn_property_set_is_valid_fn(vorn_class_get_property(vorn_classes_get(cls), "mode"), [](const char *) {
-      clock_ahead += 60;
-      return 1;
-    });
+  vorn_property_set_is_valid_fn(vorn_class_get_property(vorn_classes_get("radio"), "mode"),
+                                [](const char *) { return clock_ahead += 60, 1; });
   EXPECT_TRUE(evaluate(update).ends_with("<rc>0</rc><counter>600</counter></lsql_result>\n"));
   EXPECT_EQ(commits, 1);
 }

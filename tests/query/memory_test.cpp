@@ -83,42 +83,45 @@ struct Memory : testing::Test {
     return text;
   }
 
-  // Evaluates the request on a fresh configuration, with the allocation of that number failing.
+  // Evaluates the request on a fresh configuration, with the allocation of that number failing. Nothing of it
+  // stays: neither of what succeeds nor of what does not.
   static Outcome evaluate(const char *request, bool passive, long failing) {
-    vorn::OwnedInstances filled(vorn_instances_new());
-    vorn::set_running(filled.get());
-    for (const char *name : {"a", "b", "c"})
-      add(filled.get(), "radio", name, {{"mode", "n"}, {"power", "1"}});
-    add(filled.get(), "system", nullptr, {{"host", "ap"}});
-    committed.clear();
-    refreshed.clear();
-    until_failure = failing;
-    has_failed = false;
-    const vorn::CString reply(passive ? vorn_query_eval_passive(request) : vorn_query_eval(request));
-    until_failure = -1;
-    if (vorn_config_get_running() != filled.get()) { // a transaction has replaced it
-      static_cast<void>(filled.release());
-      filled.reset(vorn_config_get_running());
+    for (string *text : {&reply, &state, &committed, &refreshed}) text->clear(), text->reserve(100000);
+    const long blocks = live_blocks;
+    {
+      vorn::OwnedInstances filled(vorn_instances_new());
+      vorn::set_running(filled.get());
+      for (const char *name : {"a", "b", "c"})
+        add(filled.get(), "radio", name, {{"mode", "n"}, {"power", "1"}});
+      add(filled.get(), "system", nullptr, {{"host", "ap"}});
+      until_failure = failing;
+      has_failed = false;
+      const vorn::CString text(passive ? vorn_query_eval_passive(request) : vorn_query_eval(request));
+      until_failure = -1;
+      if (vorn_config_get_running() != filled.get()) { // a transaction has replaced it
+        static_cast<void>(filled.release());
+        filled.reset(vorn_config_get_running());
+      }
+      reply.append(text ? text.get() : "none");
+      state.append(state_of(*filled));
     }
-    return {reply ? reply.get() : "none", state_of(*filled), committed, refreshed};
+    EXPECT_TRUE(live_blocks == blocks || failing < 0) << request << ", allocation " << failing;
+    return {reply, state, committed, refreshed};
   }
 
-  static string committed, refreshed;
+  static string reply, state, committed, refreshed;
   Log log;
 };
-string Memory::committed, Memory::refreshed;
+string Memory::reply, Memory::state, Memory::committed, Memory::refreshed;
 
 TEST_F(Memory, ARequestIsEvaluatedAsItWasSentOrNotAtAll) {
-  const struct {
-    const char *request;
-    bool passive;
-  } cases[] = {
+  const std::pair<const char *, bool> cases[] = {
+      // and whether it is passive
       {"<lsql origin='web'><update><radio name='b'><power>a value that is not "
        "short</power></radio></update></lsql>",
        false},
       {"<lsql><update><radio><power>2</power><mode/></radio></update><where><eq><property>mode</"
-       "property><value>n"
-       "</value></eq></where></lsql>",
+       "property><value>n</value></eq></where></lsql>",
        false},
       {"<lsql><delete><radio name='b'/></delete></lsql>", false},
       {"<lsql><delete><radio/></delete><where><not><eq><metadata>name</metadata><value>b</value></eq></not></"
@@ -128,8 +131,8 @@ TEST_F(Memory, ARequestIsEvaluatedAsItWasSentOrNotAtAll) {
        "name='d'><mode>x</mode></radio><server><address>1&amp;2</address></server></insert></lsql>",
        false},
       {"<lsql><write-transaction><update><radio><power>2</power></radio></update><delete><radio "
-       "name='a'/></delete>"
-       "<insert><rule name='g'><action>x</action></rule></insert></write-transaction></lsql>",
+       "name='a'/></delete><insert><rule "
+       "name='g'><action>x</action></rule></insert></write-transaction></lsql>",
        false},
       {"<lsql><select><radio name='b' "
        "properties='all'/></select><select><system><host/><place/></system></select></lsql>",
